@@ -1,0 +1,48 @@
+// Conversions between the in-memory wide text (UTF-32 wchar_t) and the byte encodings that
+// cross the process boundary:
+//   UTF-16LE  filer strings, the shared-memory trace log, anything stored "wide" on disk;
+//   UTF-8     libxml2's in-memory text and file names;
+//   GBK       code page 936, the system's "ANSI" code page and the tracker log;
+//   locale    the multibyte encoding of the process's current LC_CTYPE locale.
+// UTF-16 and UTF-8 are pure arithmetic; GBK and the locale go through iconv.
+//
+// Failure rules (never an exception, never a crash):
+//   - a code point that the target cannot hold becomes '?';
+//   - malformed input (a lone surrogate, a truncated or invalid sequence) becomes U+FFFD in wide
+//     results, one replacement per bad unit, and decoding goes on with the next unit.
+#ifndef KW_COMMON_ENCODING_H_
+#define KW_COMMON_ENCODING_H_
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+namespace kw {
+
+inline constexpr wchar_t kReplacementChar = 0xFFFD;
+
+// UTF-16: code units in host order (the machine is little-endian; the LE byte forms below are
+// what files and shared memory hold).
+std::u16string ToUtf16(std::wstring_view text);
+std::wstring FromUtf16(std::u16string_view units);
+// Stores at most `cap` units of text into out and returns how many were stored; never splits a
+// surrogate pair. Does not allocate.
+size_t ToUtf16Into(std::wstring_view text, char16_t* out, size_t cap);
+// Number of UTF-16 code units the text needs.
+size_t Utf16Length(std::wstring_view text);
+// UTF-16LE bytes; an odd trailing byte is ignored.
+std::string ToUtf16LEBytes(std::wstring_view text);
+std::wstring FromUtf16LEBytes(const void* data, size_t bytes);
+
+std::string ToUtf8(std::wstring_view text);
+std::wstring FromUtf8(std::string_view bytes);
+
+std::string ToGbk(std::wstring_view text);
+std::wstring FromGbk(std::string_view bytes);
+
+std::string ToLocale(std::wstring_view text);
+std::wstring FromLocale(std::string_view bytes);
+
+}  // namespace kw
+
+#endif  // KW_COMMON_ENCODING_H_

@@ -1,0 +1,118 @@
+// The file-system seam. Every file and folder the project reads, writes, lists or removes goes
+// through kw::Fs(), so that tests can swap in a failing file system (FaultyFileSystem below)
+// and check that nothing is lost when a disk operation fails.
+//
+// Paths are wide strings; on disk they are UTF-8. Either "/" or "\\" is accepted as separator
+// in paths handed in; paths handed out use "/".
+//
+// Saving is always atomic (WriteFileAtomic): the bytes go to a uniquely named temporary file in
+// the same folder (created with O_EXCL), are flushed with fsync, and the temporary file is
+// renamed over the final name, after which the folder is flushed too. On any failure the
+// temporary file is removed and the previous file is left byte-identical. The final path is
+// never opened for writing.
+#ifndef KW_COMMON_FILEIO_H_
+#define KW_COMMON_FILEIO_H_
+
+#include <cstdint>
+#include <limits>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace kw {
+
+inline constexpr uint64_t kNoSizeLimit = std::numeric_limits<uint64_t>::max();
+
+// Contract of every operation: false (or an empty result) on failure, errno-style details are
+// not reported; no operation throws.
+class FileSystem {
+ public:
+  virtual ~FileSystem() = default;
+
+  // The whole file into *bytes. Fails when the file cannot be opened or read, or holds more
+  // than max_bytes (nothing is allocated for it then).
+  virtual bool ReadFile(const std::wstring& path, std::string* bytes,
+                        uint64_t max_bytes = kNoSizeLimit) = 0;
+  // Replaces (or creates) the file atomically with exactly these bytes.
+  virtual bool WriteFileAtomic(const std::wstring& path, std::string_view bytes) = 0;
+
+  virtual bool IsFile(const std::wstring& path) = 0;
+  virtual bool IsDirectory(const std::wstring& path) = 0;
+  // Creates the folder and any missing parents; true when the folder exists afterwards.
+  virtual bool CreateDirectories(const std::wstring& path) = 0;
+  // Removes one file; false when it did not exist or could not be removed.
+  virtual bool RemoveFile(const std::wstring& path) = 0;
+  // Names (not paths) of the regular files directly in `dir`, sorted by name.
+  virtual bool ListFiles(const std::wstring& dir, std::vector<std::wstring>* names) = 0;
+};
+
+// The file system in use. Starts as the POSIX one.
+FileSystem& Fs();
+// Installs `fs` (null reinstalls the POSIX one) and returns the one installed before.
+// The caller keeps ownership of `fs`.
+FileSystem* SetFileSystem(FileSystem* fs);
+FileSystem& PosixFs();
+
+// Installs a file system for the lifetime of a scope (tests).
+class ScopedFileSystem {
+ public:
+  explicit ScopedFileSystem(FileSystem* fs) : previous_(SetFileSystem(fs)) {}
+  ~ScopedFileSystem() { SetFileSystem(previous_); }
+  ScopedFileSystem(const ScopedFileSystem&) = delete;
+  ScopedFileSystem& operator=(const ScopedFileSystem&) = delete;
+
+ private:
+  FileSystem* previous_;
+};
+
+// A failure-injecting wrapper: forwards to `base` until told to fail. Used by tests to prove that
+// a failed save keeps the previous file and that failed reads give the caller's failure result.
+class FaultyFileSystem : public FileSystem {
+ public:
+  explicit FaultyFileSystem(FileSystem& base) : base_(base) {}
+
+  // The next `count` calls of the operation fail (a negative count: all of them, until reset).
+  void FailWrites(int count = -1) { fail_writes_ = count; }
+  void FailReads(int count = -1) { fail_reads_ = count; }
+  void FailCreateDirectories(int count = -1) { fail_mkdirs_ = count; }
+  void FailRemoves(int count = -1) { fail_removes_ = count; }
+  void Reset() { fail_writes_ = fail_reads_ = fail_mkdirs_ = fail_removes_ = 0; }
+  int writes() const { return writes_; }
+
+  bool ReadFile(const std::wstring& path, std::string* bytes, uint64_t max_bytes) override;
+  bool WriteFileAtomic(const std::wstring& path, std::string_view bytes) override;
+  bool IsFile(const std::wstring& path) override { return base_.IsFile(path); }
+  bool IsDirectory(const std::wstring& path) override { return base_.IsDirectory(path); }
+  bool CreateDirectories(const std::wstring& path) override;
+  bool RemoveFile(const std::wstring& path) override;
+  bool ListFiles(const std::wstring& dir, std::vector<std::wstring>* names) override {
+    return base_.ListFiles(dir, names);
+  }
+
+ private:
+  static bool Take(int& counter);
+
+  FileSystem& base_;
+  int fail_writes_ = 0;
+  int fail_reads_ = 0;
+  int fail_mkdirs_ = 0;
+  int fail_removes_ = 0;
+  int writes_ = 0;
+};
+
+// Path text helpers (no disk access).
+std::string NativePath(const std::wstring& path);           // UTF-8, "\\" turned into "/"
+std::wstring WidePath(const std::string& native);            // UTF-8 to wide
+std::wstring JoinPath(std::wstring_view dir, std::wstring_view name);  // one "/" between
+std::wstring FileNameOf(std::wstring_view path);    // after the last "/" or "\\"
+std::wstring ParentOf(std::wstring_view path);      // before the last "/" or "\\" ("" if none)
+std::wstring TrimSeparatorsRight(std::wstring_view path);  // "\\" and "/" cut from the right
+
+// Convenience wrappers over Fs().
+inline bool FileExists(const std::wstring& path) { return Fs().IsFile(path); }
+inline bool DirectoryExists(const std::wstring& path) { return Fs().IsDirectory(path); }
+inline bool CreateDirectories(const std::wstring& path) { return Fs().CreateDirectories(path); }
+
+}  // namespace kw
+
+#endif  // KW_COMMON_FILEIO_H_
