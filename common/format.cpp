@@ -26,7 +26,7 @@ Size ReadSize(const wchar_t*& p, std::wstring_view& other) {
   const wchar_t* start = p;
   if (p[0] == L'I' && p[1] == L'6' && p[2] == L'4') return p += 3, Size::kInt64;
   if (p[0] == L'I' && p[1] == L'3' && p[2] == L'2') return p += 3, Size::kInt32;
-  if (p[0] == L'I') return p += 1, Size::kPtr;
+  if (p[0] == L'I' && !IsDigit(p[1])) return p += 1, Size::kPtr;
   if (p[0] == L'w') return p += 1, Size::kWide;
   if (p[0] == L'h' && p[1] != L'h') return p += 1, Size::kShort;
   if (p[0] == L'l' && p[1] != L'l') return p += 1, Size::kLong;
