@@ -37,48 +37,38 @@ Size ReadSize(const wchar_t*& p, std::wstring_view& other) {
   return p == start ? Size::kNone : Size::kOther;
 }
 
-// Appends the C library's spelling of one conversion character with its size prefix.
-void AppendConversion(std::wstring& out, Size size, std::wstring_view other, wchar_t conv) {
-  switch (conv) {
-    case L's':
-    case L'S':
-    case L'c':
-    case L'C': {
-      const bool upper = conv == L'S' || conv == L'C';
-      const bool narrow =
-          size == Size::kShort || (upper && size != Size::kLong && size != Size::kWide);
-      out += narrow ? L"" : L"l";
-      out += static_cast<wchar_t>(upper ? conv + 32 : conv);
-      return;
-    }
-    case L'd':
-    case L'i':
-    case L'u':
-    case L'x':
-    case L'X':
-    case L'o':
-      if (size == Size::kInt64)
-        out += L"ll";
-      else if (size == Size::kPtr)
-        out += L"z";
-      else if (size == Size::kShort)
-        out += L"h";
-      else if (size == Size::kLong)
-        out += L"l";
-      else if (size == Size::kOther)
-        out += other;
-      out += conv;
-      return;
+// The C library's spelling of a size prefix: 64-bit and pointer-sized integers become "ll" and
+// "z"; prefixes the two conventions share are kept.
+std::wstring_view SizePrefix(Size size, std::wstring_view other) {
+  switch (size) {
+    case Size::kInt64:
+      return L"ll";
+    case Size::kPtr:
+      return L"z";
+    case Size::kShort:
+      return L"h";
+    case Size::kLong:
+      return L"l";
+    case Size::kOther:
+      return other;
     default:
-      if (size == Size::kShort)
-        out += L"h";
-      else if (size == Size::kLong)
-        out += L"l";
-      else if (size == Size::kOther)
-        out += other;
-      out += conv;
-      return;
+      return L"";
   }
+}
+
+// Appends the C library's spelling of one conversion character with its size prefix. Strings
+// and characters are wide unless marked narrow ("h", or upper case without "l"/"w").
+void AppendConversion(std::wstring& out, Size size, std::wstring_view other, wchar_t conv) {
+  const bool upper = conv == L'S' || conv == L'C';
+  if (conv == L's' || conv == L'c' || upper) {
+    const bool narrow =
+        size == Size::kShort || (upper && size != Size::kLong && size != Size::kWide);
+    out += narrow ? L"" : L"l";
+    out += static_cast<wchar_t>(upper ? conv + 32 : conv);
+    return;
+  }
+  out += SizePrefix(size, other);
+  out += conv;
 }
 
 // Copies one conversion starting after its '%' and returns the position after it.
