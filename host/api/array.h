@@ -31,7 +31,8 @@ template <class T, class R = std::conditional_t<std::is_trivially_copyable_v<T>,
                                                 AcArrayObjectCopyReallocator<T>>>
 class AcArray {
  public:
-  explicit AcArray(int physicalLength = 0, int growLength = 8) : mGrowLen(growLength > 0 ? growLength : 8) {
+  explicit AcArray(int physicalLength = 0, int growLength = 8)
+      : mGrowLen(growLength > 0 ? growLength : 8) {
     if (physicalLength > 0) setPhysicalLength(physicalLength);
   }
   AcArray(const AcArray& other) : mGrowLen(other.mGrowLen) { copyFrom(other); }
@@ -53,8 +54,14 @@ class AcArray {
     return mLogicalLen == other.mLogicalLen && std::equal(begin(), end(), other.begin());
   }
 
-  T& operator[](int i) { assert(i >= 0 && i < mLogicalLen); return mpArray[i]; }
-  const T& operator[](int i) const { assert(i >= 0 && i < mLogicalLen); return mpArray[i]; }
+  T& operator[](int i) {
+    assert(i >= 0 && i < mLogicalLen);
+    return mpArray[i];
+  }
+  const T& operator[](int i) const {
+    assert(i >= 0 && i < mLogicalLen);
+    return mpArray[i];
+  }
   T& at(int i) { return (*this)[i]; }
   const T& at(int i) const { return (*this)[i]; }
   T& first() { return (*this)[0]; }
