@@ -53,7 +53,9 @@ void CKWMsgTracker::EndMsgGroup() {
   if (!m_groups.empty()) m_groups.pop_back();
 }
 
-std::wstring CKWMsgTracker::CurMsgGroup() { return m_groups.empty() ? L"" : m_groups.back(); }
+std::wstring CKWMsgTracker::CurMsgGroup() {
+  return m_groups.empty() ? L"" : m_groups.back();
+}
 
 int CKWMsgTracker::PushMSGCLCT() {
   m_collections.emplace_back();
@@ -67,7 +69,9 @@ std::vector<MSGDATA> CKWMsgTracker::PopMSGCLCT() {
   return top;
 }
 
-int CKWMsgTracker::MSGCLCTCount() const { return static_cast<int>(m_collections.size()); }
+int CKWMsgTracker::MSGCLCTCount() const {
+  return static_cast<int>(m_collections.size());
+}
 
 void CKWMsgTracker::AddMsg(EMsgType type, const wchar_t* group, const wchar_t* text,
                            bool withDocument, const AcDbObjectIdArray* ids,
@@ -120,6 +124,8 @@ bool CKWMsgTracker::Save(const wchar_t* path) {
   }
 }
 
-void CKWMsgTracker::Reset() { m_collections.clear(); }
+void CKWMsgTracker::Reset() {
+  m_collections.clear();
+}
 
 }  // namespace KWRDPub

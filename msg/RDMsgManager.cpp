@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cstring>
 #include <new>
-#include <typeinfo>
 
 #include "common/format.h"
 #include "host/api/editor.h"
@@ -131,7 +130,9 @@ void HandleQuit() {
   st.hostEndTick = GetTickCount();
 }
 
-bool Traced() { return GetModuleState().traceMsgLogo != 0; }
+bool Traced() {
+  return GetModuleState().traceMsgLogo != 0;
+}
 
 void CopyName(wchar_t (&dst)[33], const wchar_t* name) {
   size_t n = 0;
@@ -162,10 +163,11 @@ CRDMsgManager::~CRDMsgManager() {
   }
 }
 
-// The object's memory goes back without its destructor running: the watcher's module may
-// already be gone, and the interface promises nothing more.
+// The object's memory goes back without its destructor running (nor any look at its virtual
+// table): the watcher's module may already be unloaded. The object must have been allocated
+// with new and CMsgWatch must be its first base.
 void CRDMsgManager::Release(Record& r) {
-  if (r.watch && r.autoDelete) ::operator delete(dynamic_cast<void*>(r.watch));
+  if (r.watch && r.autoDelete) ::operator delete(static_cast<void*>(r.watch));
   r.watch = nullptr;
 }
 
@@ -267,8 +269,8 @@ void CRDMsgManager::RemoveRegister(CMsgWatch* watch) {
 }
 
 int CRDMsgManager::WatcherCount() const {
-  return static_cast<int>(std::count_if(m_records.begin(), m_records.end(),
-                                        [](const Record& r) { return !r.dead; }));
+  return static_cast<int>(
+      std::count_if(m_records.begin(), m_records.end(), [](const Record& r) { return !r.dead; }));
 }
 
 unsigned long CRDMsgManager::SendMessageW(KWMSGHDR* msg) {
@@ -398,8 +400,8 @@ void CRDMsgManager::TraceWatchers() {
     int number = 0;
     for (const Record& r : m_records) {
       if (r.dead) continue;
-      uint64_t address = r.watch ? reinterpret_cast<uintptr_t>(r.watch)
-                                 : reinterpret_cast<uintptr_t>(r.callback);
+      uint64_t address =
+          r.watch ? reinterpret_cast<uintptr_t>(r.watch) : reinterpret_cast<uintptr_t>(r.callback);
       std::wstring filter = FilterText(r);
       acutPrintf(L"\n%d: (0x%I64x) %s %s", ++number, address, r.name, filter.c_str());
     }

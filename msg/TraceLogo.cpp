@@ -35,7 +35,9 @@ namespace {
 const char* g_prefixOverride = nullptr;
 constexpr int kNameAttempts = 32;
 
-std::string ShmName(const std::string& name) { return "/" + name; }
+std::string ShmName(const std::string& name) {
+  return "/" + name;
+}
 
 // A fresh random number for the block name; falls back on time and process id when the system
 // has no random source.
@@ -57,7 +59,9 @@ const char* CompanionOutput() {
 
 }  // namespace
 
-void SetTraceLogoNamePrefixForTest(const char* prefix) { g_prefixOverride = prefix; }
+void SetTraceLogoNamePrefixForTest(const char* prefix) {
+  g_prefixOverride = prefix;
+}
 
 void TraceLogo(const wchar_t* format, ...) {
   va_list args;
@@ -177,7 +181,9 @@ void CTraceLogo::Wipe() {
   SetState(tl::kStateEmpty);
 }
 
-void CTraceLogo::Clear() { Wipe(); }
+void CTraceLogo::Clear() {
+  Wipe();
+}
 
 void CTraceLogo::VAppend(const wchar_t* format, va_list args) {
   size_t n = kw::VFormatInto(m_format, kFormatChars, format ? format : L"", args);
