@@ -150,6 +150,8 @@ CRDMsgManager* CRDMsgManager::GetInstance() {
 void CRDMsgManager::Destroy() {
   delete m_sInstance;
   m_sInstance = nullptr;
+  // The send state goes with the dispatcher: a new one numbers its sends from 1 again.
+  g_chain = SendChain{};
 }
 
 CRDMsgManager::CRDMsgManager() {
