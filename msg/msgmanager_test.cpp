@@ -38,11 +38,14 @@ unsigned long ProbeFn(KWMSGHDR* msg, void* user) {
   if (p->action) p->action(msg);
   return p->answer;
 }
-unsigned long OtherFn(KWMSGHDR* msg, void* user) { return ProbeFn(msg, user); }
+unsigned long OtherFn(KWMSGHDR* msg, void* user) {
+  return ProbeFn(msg, user);
+}
 
 class Watch : public CMsgWatch {
  public:
-  Watch(uint32_t type, uint32_t code, unsigned long answer) : m_type(type), m_code(code), m_answer(answer) {}
+  Watch(uint32_t type, uint32_t code, unsigned long answer)
+      : m_type(type), m_code(code), m_answer(answer) {}
   uint32_t GetType() override { return m_type; }
   uint32_t GetMsg() override { return m_code; }
   unsigned long OnMessage(KWMSGHDR*) override {
@@ -146,8 +149,8 @@ TEST_F(MsgManagerTest, TraceWatchersListsNamesAddressesAndFilters) {
   EXPECT_NE(out.find(L" 01234567890123456789012345678901 [1(9);20(1,2)]"), std::wstring::npos)
       << out;
   wchar_t addr[64];
-  swprintf(addr, 64, L"\n3: (0x%llx) Obj [5(0)]", static_cast<unsigned long long>(
-                                                       reinterpret_cast<uintptr_t>(&w)));
+  swprintf(addr, 64, L"\n3: (0x%llx) Obj [5(0)]",
+           static_cast<unsigned long long>(reinterpret_cast<uintptr_t>(&w)));
   EXPECT_NE(out.find(addr), std::wstring::npos) << out;
   mgr->RemoveRegister(&w);
 }
@@ -159,15 +162,14 @@ TEST_F(MsgManagerTest, SendLogNestsSendsAndDeliveries) {
   mgr->Register(L"A", 5, 3, &ProbeFn, &outer);
   mgr->Register(L"B", 5, 4, &OtherFn, &inner);
   EXPECT_EQ(Send(5, 3), 3u);
-  std::vector<std::wstring> want = {
-      L"<RDMsg_SendMessage1 type='5' msg='3' from=''>",
-      L"<RDMsg_Send1To dest='A'>",
-      L"<RDMsg_SendMessage2 type='5' msg='4' from=',1,'>",
-      L"<RDMsg_Send2To dest='B'>",
-      L"</RDMsg_Send2To>",
-      L"</RDMsg_SendMessage2>",
-      L"</RDMsg_Send1To>",
-      L"</RDMsg_SendMessage1>"};
+  std::vector<std::wstring> want = {L"<RDMsg_SendMessage1 type='5' msg='3' from=''>",
+                                    L"<RDMsg_Send1To dest='A'>",
+                                    L"<RDMsg_SendMessage2 type='5' msg='4' from=',1,'>",
+                                    L"<RDMsg_Send2To dest='B'>",
+                                    L"</RDMsg_Send2To>",
+                                    L"</RDMsg_SendMessage2>",
+                                    L"</RDMsg_Send1To>",
+                                    L"</RDMsg_SendMessage1>"};
   EXPECT_EQ(TraceLines(), want);
   CTraceLogo::GetInstance(false)->Clear();
   KWRDPub::GetModuleState().traceMsgLogo = 0;
@@ -192,8 +194,7 @@ TEST_F(MsgManagerTest, DeepNestingShowsDotsAndStillEmptiesTheChain) {
   std::vector<std::wstring> lines = TraceLines();
   ASSERT_FALSE(lines.empty());
   EXPECT_EQ(lines.front(), L"<RDMsg_SendMessage1 type='5' msg='3' from=''>");
-  EXPECT_EQ(lines[2 * 9],
-            L"<RDMsg_SendMessage10 type='5' msg='3' from=',1,2,3,4,5,6,7,8,9,'>");
+  EXPECT_EQ(lines[2 * 9], L"<RDMsg_SendMessage10 type='5' msg='3' from=',1,2,3,4,5,6,7,8,9,'>");
   // After the outermost send the numbering starts again.
   CTraceLogo::GetInstance(false)->Clear();
   depth = 999;

@@ -40,8 +40,12 @@ void OnFree(const volatile void*) {}
 
 }  // namespace
 
-void* operator new(size_t size) { return Counted(size); }
-void* operator new[](size_t size) { return Counted(size); }
+void* operator new(size_t size) {
+  return Counted(size);
+}
+void* operator new[](size_t size) {
+  return Counted(size);
+}
 void* operator new(size_t size, const std::nothrow_t&) noexcept {
   try {
     return Counted(size);
@@ -52,10 +56,18 @@ void* operator new(size_t size, const std::nothrow_t&) noexcept {
 void* operator new[](size_t size, const std::nothrow_t& tag) noexcept {
   return operator new(size, tag);
 }
-void operator delete(void* p) noexcept { std::free(p); }
-void operator delete[](void* p) noexcept { std::free(p); }
-void operator delete(void* p, size_t) noexcept { std::free(p); }
-void operator delete[](void* p, size_t) noexcept { std::free(p); }
+void operator delete(void* p) noexcept {
+  std::free(p);
+}
+void operator delete[](void* p) noexcept {
+  std::free(p);
+}
+void operator delete(void* p, size_t) noexcept {
+  std::free(p);
+}
+void operator delete[](void* p, size_t) noexcept {
+  std::free(p);
+}
 
 namespace {
 
@@ -68,11 +80,17 @@ class Counting {
     g_allocations = 0;
     g_counting = true;
   }
-  ~Counting() { g_counting = false; }
-  long Count() const { return g_allocations.load(); }
+  ~Counting() {
+    g_counting = false;
+  }
+  long Count() const {
+    return g_allocations.load();
+  }
 };
 
-unsigned long Answer(KWMSGHDR* msg, void*) { return msg->msg; }
+unsigned long Answer(KWMSGHDR* msg, void*) {
+  return msg->msg;
+}
 
 std::wstring* volatile g_sink = nullptr;
 
@@ -87,7 +105,8 @@ TEST(NoAllocation, TheCounterSeesAllocations) {
 TEST(NoAllocation, WarmSendsAndTraceLinesAllocateNothing) {
   kwhost::ResetSession();
   CRDMsgManager* mgr = CRDMsgManager::GetInstance();
-  for (unsigned i = 0; i < 8; ++i) mgr->Register(L"Eight", i < 2 ? 5 : 100 + i, 3, &Answer, nullptr);
+  for (unsigned i = 0; i < 8; ++i)
+    mgr->Register(L"Eight", i < 2 ? 5 : 100 + i, 3, &Answer, nullptr);
   KWRDPub::ModuleState& st = KWRDPub::GetModuleState();
   KWMSGHDR msg{5, 3, 0};
   st.traceMsgLogo = 1;

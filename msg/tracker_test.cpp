@@ -91,8 +91,8 @@ TEST_F(TrackerTest, SaveWritesGbkLinesEndingInCrCrLf) {
   t->PopMSGCLCT();
   ASSERT_TRUE(t->Save(path.c_str()));
   kw::Fs().ReadFile(path, &bytes);
-  EXPECT_EQ(bytes, "12:03:04,0,Warning,Grp,text\r\r\n" + kw::ToGbk(L"12:03:04,0,Error,道路,中线,缺失") +
-                       "\r\r\n");
+  EXPECT_EQ(bytes, "12:03:04,0,Warning,Grp,text\r\r\n" +
+                       kw::ToGbk(L"12:03:04,0,Error,道路,中线,缺失") + "\r\r\n");
 
   kw::FaultyFileSystem faulty(kw::PosixFs());
   kw::ScopedFileSystem scope(&faulty);
