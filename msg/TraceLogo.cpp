@@ -102,6 +102,7 @@ void CTraceLogo::Destroy() {
 }
 
 CTraceLogo::~CTraceLogo() {
+  if (m_fd >= 0) close(m_fd);
   if (m_view) {
     munmap(m_view, tl::kBlockBytes);
     shm_unlink(ShmName(m_name).c_str());
@@ -119,6 +120,8 @@ bool CTraceLogo::Create() {
   if (!m_format) return false;
   m_format[0] = 0;
   StartCompanion();
+  close(m_fd);
+  m_fd = -1;
   return true;
 }
 
@@ -137,11 +140,12 @@ bool CTraceLogo::CreateBlock(const std::wstring& folder) {
   if (ftruncate(fd, tl::kBlockBytes) == 0) {
     view = mmap(nullptr, tl::kBlockBytes, PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
   }
-  close(fd);
   if (view == MAP_FAILED) {
+    close(fd);
     shm_unlink(ShmName(m_name).c_str());
     return false;
   }
+  m_fd = fd;
   // A fresh block reads as zeros: the state word is empty and the line area is clear.
   m_view = static_cast<unsigned char*>(view);
   uint32_t pid = static_cast<uint32_t>(getpid());
@@ -160,8 +164,11 @@ void CTraceLogo::StartCompanion() {
   if (posix_spawn_file_actions_init(&actions) != 0) return;
   const char* out = CompanionOutput();
   posix_spawn_file_actions_addopen(&actions, 0, "/dev/null", O_RDONLY, 0);
-  posix_spawn_file_actions_addopen(&actions, 1, out, O_WRONLY | O_APPEND, 0);
+  posix_spawn_file_actions_addopen(&actions, 1, out, O_WRONLY | O_APPEND | O_CREAT, 0600);
   posix_spawn_file_actions_adddup2(&actions, 1, 2);
+  // The block itself goes along as descriptor 3, so the companion never misses it even when
+  // this process ends (and removes the name) before the companion has started.
+  posix_spawn_file_actions_adddup2(&actions, m_fd, tl::kCompanionBlockFd);
   std::string arg0 = tl::kCompanionArg0;
   char* argv[] = {arg0.data(), m_name.data(), nullptr};
   pid_t pid = 0;

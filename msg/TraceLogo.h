@@ -76,6 +76,7 @@ class CTraceLogo {
   void SetState(uint32_t state);
 
   wchar_t* m_format = nullptr;  // kFormatChars wide characters
+  int m_fd = -1;                // the block's descriptor, open only while it is being created
   unsigned char* m_view = nullptr;
   char16_t* m_lines = nullptr;
   size_t m_lineBytes = 0;

@@ -39,6 +39,9 @@ inline constexpr char kNamePrefix[] = "KWRDTraceLogo";
 // The companion's file in the installation folder, and the first word of its command line.
 inline constexpr char kCompanionFile[] = "kwtracelogo";
 inline constexpr char kCompanionArg0[] = "TraceLogo";
+// The companion inherits the block on this descriptor (it opens the name only when the
+// descriptor is not a block of its parent).
+inline constexpr int kCompanionBlockFd = 3;
 
 // Offset of the line area for a folder of `folderUnits` UTF-16 units (without the 0).
 inline constexpr size_t LineAreaOffset(size_t folderUnits) {

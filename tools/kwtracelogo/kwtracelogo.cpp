@@ -46,15 +46,20 @@ class Block {
   bool Open(const std::string& name) {
     int fd = shm_open(("/" + name).c_str(), O_RDONLY | O_CLOEXEC, 0);
     if (fd < 0) return false;
-    struct stat st {};
-    void* view = MAP_FAILED;
-    if (fstat(fd, &st) == 0 && static_cast<size_t>(st.st_size) == tl::kBlockBytes) {
-      view = mmap(nullptr, tl::kBlockBytes, PROT_READ, MAP_SHARED, fd, 0);
-    }
+    bool ok = Map(fd);
     close(fd);
-    if (view == MAP_FAILED) return false;
-    m_view = static_cast<const unsigned char*>(view);
-    return LocateLines();
+    return ok;
+  }
+
+  // The block inherited from the host on kCompanionBlockFd, when that descriptor is one: the
+  // size must match and the pid in it must be this process's parent.
+  bool OpenInherited() {
+    if (!Map(tl::kCompanionBlockFd)) return false;
+    close(tl::kCompanionBlockFd);
+    if (static_cast<pid_t>(Pid()) == getppid()) return true;
+    munmap(const_cast<unsigned char*>(m_view), tl::kBlockBytes);
+    m_view = nullptr;
+    return false;
   }
 
   uint32_t Pid() const { return Load32(0); }
@@ -86,6 +91,18 @@ class Block {
   }
 
  private:
+  bool Map(int fd) {
+    struct stat st {};
+    if (fstat(fd, &st) != 0 || static_cast<size_t>(st.st_size) != tl::kBlockBytes) return false;
+    void* view = mmap(nullptr, tl::kBlockBytes, PROT_READ, MAP_SHARED, fd, 0);
+    if (view == MAP_FAILED) return false;
+    m_view = static_cast<const unsigned char*>(view);
+    if (LocateLines()) return true;
+    munmap(view, tl::kBlockBytes);
+    m_view = nullptr;
+    return false;
+  }
+
   uint32_t Load32(size_t off) const {
     return std::atomic_ref<uint32_t>(
                *reinterpret_cast<uint32_t*>(const_cast<unsigned char*>(m_view + off)))
@@ -198,7 +215,7 @@ void SaveSeen(const Block& block, const std::vector<std::u16string>& seen) {
 int Follow(const std::string& name) {
   pid_t parentAtStart = getppid();
   Block block;
-  if (!block.Open(name)) {
+  if (!block.OpenInherited() && !block.Open(name)) {
     fprintf(stderr, "kwtracelogo: cannot open the trace log \"%s\"\n", name.c_str());
     return 1;
   }
