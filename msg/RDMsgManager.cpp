@@ -239,6 +239,7 @@ void CRDMsgManager::RegisterEx(const wchar_t* name, const unsigned int* types,
 void CRDMsgManager::Kill(size_t index) {
   if (m_sendDepth > 0) {
     m_records[index].dead = true;
+    m_hasDead = true;
     return;
   }
   Release(m_records[index]);
@@ -246,6 +247,8 @@ void CRDMsgManager::Kill(size_t index) {
 }
 
 void CRDMsgManager::EraseDead() {
+  if (!m_hasDead) return;
+  m_hasDead = false;
   for (size_t i = m_records.size(); i-- > 0;) {
     if (!m_records[i].dead) continue;
     Release(m_records[i]);
@@ -292,12 +295,13 @@ unsigned long CRDMsgManager::SendMessageW(KWMSGHDR* msg) {
               g_chain.text);
   }
   g_chain.Extend(n);
-  uint32_t start = GetTickCount();
+  // The clock is read only for the trace, which is the only place that reports the time.
+  uint32_t start = Traced() ? GetTickCount() : 0;
   ++m_sendDepth;
   unsigned long result = Deliver(msg, n);
   if (--m_sendDepth == 0) EraseDead();
   if (Traced()) {
-    uint32_t took = GetTickCount() - start;
+    uint32_t took = start ? GetTickCount() - start : 0;
     if (took > kSlowMs) TraceLogo(L"total_time %.3fs", took / 1000.0);
     TraceLogo(L"</RDMsg_SendMessage%u>", n);
   }
@@ -329,6 +333,11 @@ unsigned long CRDMsgManager::DeliverOne(size_t index, KWMSGHDR* msg, uint32_t n)
   // The record may move while its watcher runs (registrations during the send): work on copies.
   const Record& r = m_records[index];
   if (r.dead) return 0;
+  try {
+    if (!Accepts(r, *msg)) return 0;
+  } catch (...) {
+    return 0;  // a filter that throws accepts nothing
+  }
   wchar_t name[33];
   wmemcpy(name, r.name, 33);
   CMsgWatch* watch = r.watch;
@@ -338,7 +347,6 @@ unsigned long CRDMsgManager::DeliverOne(size_t index, KWMSGHDR* msg, uint32_t n)
   uint32_t start = 0;
   bool opened = false;
   try {
-    if (!Accepts(r, *msg)) return 0;
     if (Traced()) {
       start = GetTickCount();
       opened = true;

@@ -129,6 +129,7 @@ class CRDMsgManager {
 
   std::vector<Record> m_records;
   int m_sendDepth = 0;
+  bool m_hasDead = false;
 
   static CRDMsgManager* m_sInstance;
 };
