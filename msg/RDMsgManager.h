@@ -1,0 +1,137 @@
+// The suite's process-wide message bus.
+//
+// Modules register watchers under a short name (a callback with a user pointer, or an object
+// implementing CMsgWatch); any module sends a message (a KWMSGHDR or a structure that begins
+// with one) through CRDMsgManager::SendMessageW, and every watcher whose filter accepts it
+// receives it, in registration order. The answers combine into one result: the last non-zero
+// answer wins and an answer with bit 31 set stops delivery. With the send-log switch on
+// (command "TraceMsgLogo") every send is written to the trace log as nested tags.
+//
+// Invariants of CRDMsgManager:
+//   1. m_records holds the registrations in registration order; a record's name is 0-terminated
+//      and at most 32 characters; its pair arrays hold exactly `count` entries.
+//   2. An object is registered at most once among the live records.
+//   3. While a send is in progress (m_sendDepth > 0) removal only marks a record dead; dead
+//      records receive nothing, are not listed, and are erased (their auto-deleted objects
+//      released) when the outermost send ends. Outside sends there are no dead records.
+//   4. An untraced send allocates no heap memory once the record array has room.
+// Everything runs on the host's main thread; nothing is locked. No exception leaves the class:
+// a watcher's exception is caught, reported and delivery goes on.
+#ifndef KW_MSG_RDMSGMANAGER_H_
+#define KW_MSG_RDMSGMANAGER_H_
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+// The header every message starts with.
+struct KWMSGHDR {
+  uint32_t type;   // message family
+  uint32_t msg;    // code within the family
+  uint32_t param;  // a 32-bit parameter
+};
+
+// The show-message request (type 1, code 9), answered by the built-in watcher "ShowMsg" with the
+// result of a message box. An empty caption is chosen from the icon bits of `style`.
+struct KWSHOWMSG {
+  KWMSGHDR hdr;
+  std::wstring caption;
+  std::wstring text;
+  uint32_t style;
+};
+
+namespace KWRDPub {
+inline constexpr uint32_t kSysMsgType = 1;     // the dispatcher's own family
+inline constexpr uint32_t kShowMsgCode = 9;    // KWSHOWMSG
+inline constexpr uint32_t kQuitMsgCode = 10;   // the host is ending; never delivered
+inline constexpr uint32_t kEndingMsgType = 2;  // (2, 1) is still delivered while the host ends
+inline constexpr uint32_t kEndingMsgCode = 1;
+}  // namespace KWRDPub
+
+// A watcher object of another module. GetType/GetMsg are its filter when it is registered
+// without a pair list (0 = any). It is never destroyed through this interface: with auto-delete
+// the dispatcher releases its memory without running a destructor.
+class CMsgWatch {
+ public:
+  virtual uint32_t GetType() = 0;
+  virtual uint32_t GetMsg() = 0;
+  virtual unsigned long OnMessage(KWMSGHDR* msg) = 0;
+
+ protected:
+  ~CMsgWatch() = default;
+};
+
+class CRDMsgManager {
+ public:
+  using MsgFn = unsigned long (*)(KWMSGHDR* msg, void* userData);
+
+  // The single instance, created on first call (with the built-in watcher "ShowMsg").
+  static CRDMsgManager* GetInstance();
+
+  // A callback for one (type, code) pair. Ignored when fn is null; registering the same
+  // function again adds another record. Names are cut to 32 characters.
+  void Register(const wchar_t* name, unsigned int type, unsigned int msg, MsgFn fn, void* userData);
+  // A callback for `count` pairs from two parallel arrays (copied).
+  void RegisterEx(const wchar_t* name, const unsigned int* types, const unsigned int* msgs,
+                  int count, MsgFn fn, void* userData);
+  // An object watcher filtered by its own GetType/GetMsg. Ignored when watch is null or already
+  // registered. With autoDelete the dispatcher releases the object when it is removed.
+  void Register(const wchar_t* name, CMsgWatch* watch, bool autoDelete);
+  // An object watcher for `count` pairs (copied).
+  void RegisterEx(const wchar_t* name, const unsigned int* types, const unsigned int* msgs,
+                  int count, CMsgWatch* watch, bool autoDelete);
+  // Removes every record of this callback. Null is ignored.
+  void RemoveRegister(MsgFn fn);
+  // Removes the most recent record of this object (releasing it when auto-deleted).
+  void RemoveRegister(CMsgWatch* watch);
+
+  // Dispatches `msg` (null gives 0) and returns the combined answer.
+  unsigned long SendMessageW(KWMSGHDR* msg);
+  // Prints the watcher list on the host's command line.
+  void TraceWatchers();
+  // Number of live registrations.
+  int WatcherCount() const;
+
+  CRDMsgManager(const CRDMsgManager&) = delete;
+  CRDMsgManager& operator=(const CRDMsgManager&) = delete;
+
+ protected:
+  CRDMsgManager();
+  virtual ~CRDMsgManager();
+  // Destroys the instance (module unload, tests); nothing when there is none.
+  static void Destroy();
+
+  friend class CRDPubApp;
+  friend struct CRDMsgManagerTestAccess;
+
+ private:
+  struct Record {
+    std::vector<uint32_t> types;
+    std::vector<uint32_t> msgs;
+    int count = 0;
+    MsgFn callback = nullptr;
+    void* userData = nullptr;
+    bool autoDelete = false;
+    CMsgWatch* watch = nullptr;
+    bool dead = false;
+    wchar_t name[33] = {};
+  };
+
+  void Add(Record&& record);
+  bool IsRegistered(const CMsgWatch* watch) const;
+  void Kill(size_t index);
+  void EraseDead();
+  unsigned long Deliver(KWMSGHDR* msg, uint32_t n);
+  bool Accepts(const Record& r, const KWMSGHDR& msg) const;
+  unsigned long DeliverOne(size_t index, KWMSGHDR* msg, uint32_t n);
+  std::wstring FilterText(const Record& r) const;
+  static void Release(Record& r);
+
+  std::vector<Record> m_records;
+  int m_sendDepth = 0;
+  bool m_hasDead = false;
+
+  static CRDMsgManager* m_sInstance;
+};
+
+#endif  // KW_MSG_RDMSGMANAGER_H_

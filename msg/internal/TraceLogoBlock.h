@@ -1,0 +1,62 @@
+// The shared-memory block of the trace log, as the host writes it and the companion program
+// (kwtracelogo) reads it. This header is the one place that names the block and the companion.
+//
+// Layout (little-endian, kBlockBytes in all):
+//   offset 0   uint32  process id of the host
+//   offset 4   uint32  state word: kStateEmpty after creation or a wipe, kStateLines after a line
+//   offset 8   UTF-16  the log folder, terminated by a 0 unit (at most kMaxFolderUnits units)
+//   then       line area of kLineAreaBytes: UTF-16 lines, each with its 0 unit, one after the
+//              other; the first empty line ends the list.
+//
+// Publication rule (the only synchronisation between the two processes): the host writes a
+// line's units from the second one on, then stores the first unit with release order, then the
+// state word. A reader that loads a line's first unit with acquire order and finds it non-zero
+// sees the whole line. The line area is always zeroed before reuse, so "first unit 0" is the end.
+#ifndef KW_MSG_INTERNAL_TRACELOGOBLOCK_H_
+#define KW_MSG_INTERNAL_TRACELOGOBLOCK_H_
+
+#include <cstddef>
+#include <cstdint>
+
+namespace KWRDPub::tracelogo {
+
+inline constexpr size_t kBlockBytes = 1000268;
+inline constexpr size_t kHeaderBytes = 8;
+inline constexpr size_t kLineAreaBytes = 1000004;
+// A line whose bytes, added to the bytes in use, reach this count makes the host wipe first.
+inline constexpr size_t kFullBytes = 1000000;
+// The folder fills the room left between the header and a full-size line area (127 units and
+// the 0). A longer folder shortens the line area instead (see LineAreaBytes).
+inline constexpr size_t kFolderRoomBytes = kBlockBytes - kHeaderBytes - kLineAreaBytes;
+// Upper bound for the folder path; a longer one leaves tracing off.
+inline constexpr size_t kMaxFolderUnits = 4096;
+
+inline constexpr uint32_t kStateEmpty = 0;
+inline constexpr uint32_t kStateLines = 2;
+
+// Block names are kNamePrefix + "-" + a random decimal number; shm_open gets "/" + name.
+inline constexpr char kNamePrefix[] = "KWRDTraceLogo";
+// The companion's file in the installation folder, and the first word of its command line.
+inline constexpr char kCompanionFile[] = "kwtracelogo";
+inline constexpr char kCompanionArg0[] = "TraceLogo";
+// The companion inherits the block on this descriptor (it opens the name only when the
+// descriptor is not a block of its parent).
+inline constexpr int kCompanionBlockFd = 3;
+
+// Offset of the line area for a folder of `folderUnits` UTF-16 units (without the 0).
+inline constexpr size_t LineAreaOffset(size_t folderUnits) {
+  return kHeaderBytes + 2 * (folderUnits + 1);
+}
+// Bytes of the line area: the full size, or what is left of the block after a long folder.
+inline constexpr size_t LineAreaBytes(size_t folderUnits) {
+  size_t room = kBlockBytes - LineAreaOffset(folderUnits);
+  return room < kLineAreaBytes ? room : kLineAreaBytes;
+}
+// The wipe threshold for that line area (kFullBytes for the full size).
+inline constexpr size_t FullBytes(size_t folderUnits) {
+  return LineAreaBytes(folderUnits) - (kLineAreaBytes - kFullBytes);
+}
+
+}  // namespace KWRDPub::tracelogo
+
+#endif  // KW_MSG_INTERNAL_TRACELOGOBLOCK_H_
