@@ -13,7 +13,6 @@ cleanup() {
 }
 trap cleanup EXIT
 export KWRD_USER_DIR=$work/user
-export KWRD_INSTALL_DIR=$(dirname "$KW_TRACELOGO")
 export ASAN_OPTIONS=detect_leaks=0
 fail() { echo "FAIL: $*" >&2; exit 1; }
 
