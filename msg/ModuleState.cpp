@@ -7,9 +7,6 @@ namespace KWRDPub {
 static_assert(std::is_trivially_destructible_v<ModuleState>,
               "the state must outlive every destructor that runs at unload");
 
-ModuleState& GetModuleState() {
-  static ModuleState state;
-  return state;
-}
+constinit ModuleState g_moduleState;
 
 }  // namespace KWRDPub

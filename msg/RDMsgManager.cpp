@@ -4,6 +4,7 @@
 #include <cstring>
 #include <new>
 
+#include "common/encoding.h"
 #include "common/format.h"
 #include "host/api/editor.h"
 #include "host/api/win.h"
@@ -36,42 +37,59 @@ struct SendChain {
   }
   void Put(const wchar_t* s, size_t n) {
     if (len + n >= kCap) return;
-    wmemcpy(text + len, s, n);
+    for (size_t i = 0; i < n; ++i) text[len + i] = s[i];  // a few characters: no library call
     len += n;
     text[len] = 0;
   }
-  static size_t Digits(uint32_t n, wchar_t* out) {
-    wchar_t rev[10];
+  bool StandsAt(size_t at, const wchar_t* s, size_t n) const {
+    if (at > len || len - at < n) return false;
+    for (size_t i = 0; i < n; ++i) {
+      if (text[at + i] != s[i]) return false;
+    }
+    return true;
+  }
+  // One send's entry: the pattern ",n," it is searched by, and where Extend put it.
+  struct Link {
+    wchar_t pat[13];
     size_t k = 0;
+    size_t at = std::wstring_view::npos;  // npos when the number was not written
+  };
+
+  static Link MakeLink(uint32_t n) {
+    Link link;
+    wchar_t rev[10];
+    size_t d = 0;
     do {
-      rev[k++] = static_cast<wchar_t>(L'0' + n % 10);
+      rev[d++] = static_cast<wchar_t>(L'0' + n % 10);
       n /= 10;
     } while (n);
-    for (size_t i = 0; i < k; ++i) out[i] = rev[k - 1 - i];
-    return k;
+    link.pat[link.k++] = L',';
+    while (d > 0) link.pat[link.k++] = rev[--d];
+    link.pat[link.k++] = L',';
+    return link;
   }
-  void Extend(uint32_t n) {
-    wchar_t num[12];
-    size_t k = Digits(n, num);
-    num[k++] = L',';
-    if (len == 0) {
-      Put(L",", 1);
-      Put(num, k);
-    } else if (len >= kLongChain) {
+  // Appends send n: ",n," to an empty chain, "n," otherwise, "..." past kLongChain characters.
+  Link Extend(uint32_t n) {
+    Link link = MakeLink(n);
+    if (len >= kLongChain) {
       Put(L"...", 3);
-    } else {
-      Put(num, k);
+    } else if (len == 0) {
+      Put(link.pat, link.k);
+      if (len != 0) link.at = 0;
+    } else if (len + link.k - 1 < kCap) {
+      link.at = len - 1;
+      Put(link.pat + 1, link.k - 1);
     }
+    return link;
   }
-  // Ends send n: ",n," at the start empties the chain and restarts the numbering; found later,
-  // the chain is cut after the comma before n; not found (shown as "..."), it is left.
-  void Restore(uint32_t n) {
-    wchar_t pat[13];
-    pat[0] = L',';
-    size_t k = 1 + Digits(n, pat + 1);
-    pat[k++] = L',';
-    std::wstring_view view(text, len);
-    size_t at = view.find(std::wstring_view(pat, k));
+  // Ends a send: ",n," at the start empties the chain and restarts the numbering; found later,
+  // the chain is cut after the comma before n; not found (shown as "..."), it is left. Numbers in
+  // a chain are unique, so when ",n," still stands where Extend put it, that is the first
+  // occurrence and the search is skipped.
+  void Restore(const Link& link) {
+    size_t at = StandsAt(link.at, link.pat, link.k)
+                    ? link.at
+                    : std::wstring_view(text, len).find(std::wstring_view(link.pat, link.k));
     if (at == std::wstring_view::npos) return;
     if (at == 0) {
       Clear();
@@ -128,6 +146,11 @@ void HandleQuit() {
   st.SetLastHostEnded(L"<QuitMsg />");
   st.hostEnding = 1;
   st.hostEndTick = GetTickCount();
+}
+
+// One (type, code) pair as a single comparable word.
+constexpr uint64_t PairKey(uint32_t type, uint32_t code) {
+  return (uint64_t{type} << 32) | code;
 }
 
 bool Traced() {
@@ -188,6 +211,20 @@ bool CRDMsgManager::IsRegistered(const CMsgWatch* watch) const {
                      [watch](const Record& r) { return !r.dead && r.watch == watch; });
 }
 
+// A record with its name and a copy of the pair list (absent when either array is null).
+CRDMsgManager::Record CRDMsgManager::MakeRecord(const wchar_t* name, const unsigned int* types,
+                                                const unsigned int* msgs, int count) {
+  Record r;
+  if (count > 0 && types && msgs) {
+    r.keys.resize(static_cast<size_t>(count));
+    for (int k = 0; k < count; ++k) r.keys[k] = PairKey(types[k], msgs[k]);
+    r.key0 = r.keys[0];
+    r.count = count;
+  }
+  CopyName(r.name, name);
+  return r;
+}
+
 void CRDMsgManager::Register(const wchar_t* name, unsigned int type, unsigned int msg, MsgFn fn,
                              void* userData) {
   RegisterEx(name, &type, &msg, 1, fn, userData);
@@ -197,15 +234,9 @@ void CRDMsgManager::RegisterEx(const wchar_t* name, const unsigned int* types,
                                const unsigned int* msgs, int count, MsgFn fn, void* userData) {
   if (!fn) return;
   try {
-    Record r;
-    if (count > 0 && types && msgs) {
-      r.types.assign(types, types + count);
-      r.msgs.assign(msgs, msgs + count);
-      r.count = count;
-    }
+    Record r = MakeRecord(name, types, msgs, count);
     r.callback = fn;
     r.userData = userData;
-    CopyName(r.name, name);
     Add(std::move(r));
   } catch (const std::bad_alloc&) {
     KWRDPub::DebugTrace(L"memory allocate failed:%s", L"CRDMsgManager::RegisterEx");
@@ -221,15 +252,9 @@ void CRDMsgManager::RegisterEx(const wchar_t* name, const unsigned int* types,
                                bool autoDelete) {
   if (!watch || IsRegistered(watch)) return;
   try {
-    Record r;
-    if (count > 0 && types && msgs) {
-      r.types.assign(types, types + count);
-      r.msgs.assign(msgs, msgs + count);
-      r.count = count;
-    }
+    Record r = MakeRecord(name, types, msgs, count);
     r.watch = watch;
     r.autoDelete = autoDelete;
-    CopyName(r.name, name);
     Add(std::move(r));
   } catch (const std::bad_alloc&) {
     KWRDPub::DebugTrace(L"memory allocate failed:%s", L"CRDMsgManager::RegisterEx");
@@ -294,7 +319,7 @@ unsigned long CRDMsgManager::SendMessageW(KWMSGHDR* msg) {
     TraceLogo(L"<RDMsg_SendMessage%u type='%u' msg='%u' from='%s'>", n, msg->type, msg->msg,
               g_chain.text);
   }
-  g_chain.Extend(n);
+  const SendChain::Link link = g_chain.Extend(n);
   // The clock is read only for the trace, which is the only place that reports the time.
   uint32_t start = Traced() ? GetTickCount() : 0;
   ++m_sendDepth;
@@ -305,73 +330,104 @@ unsigned long CRDMsgManager::SendMessageW(KWMSGHDR* msg) {
     if (took > kSlowMs) TraceLogo(L"total_time %.3fs", took / 1000.0);
     TraceLogo(L"</RDMsg_SendMessage%u>", n);
   }
-  g_chain.Restore(n);
+  g_chain.Restore(link);
   return result;
 }
 
+// The filter of one record: its pairs (last to first), or, for an object registered without
+// pairs, the object's own GetType/GetMsg (0 = any). A filter that throws accepts nothing.
+inline bool CRDMsgManager::Accepts(const Record& r, const KWMSGHDR& msg) const {
+  const uint64_t key = PairKey(msg.type, msg.msg);
+  for (int k = r.count; k-- > 0;) {
+    if (r.keys[k] == key) return true;
+  }
+  if (!r.watch || r.count > 0) return false;
+  try {
+    uint32_t type = r.watch->GetType();
+    uint32_t code = r.watch->GetMsg();
+    return (type == 0 || type == msg.type) && (code == 0 || code == msg.msg);
+  } catch (...) {
+    return false;
+  }
+}
+
 unsigned long CRDMsgManager::Deliver(KWMSGHDR* msg, uint32_t n) {
+  const uint64_t key = PairKey(msg->type, msg->msg);
   unsigned long result = 0;
-  for (size_t i = 0; i < m_records.size(); ++i) {
-    unsigned long answer = DeliverOne(i, msg, n) & 0xFFFFFFFFul;
+  const Record* records = m_records.data();
+  size_t count = m_records.size();
+  for (size_t i = 0; i < count; ++i) {
+    const Record& r = records[i];
+    // Most watchers listen to one pair: compare it inline before the general filter.
+    if (r.count == 1 ? r.key0 != key : !Accepts(r, *msg)) continue;
+    if (r.dead) continue;
+    unsigned long answer = 0;
+    if (Traced()) {
+      answer = DeliverTraced(i, msg, n);
+    } else {
+      try {
+        answer = r.watch ? r.watch->OnMessage(msg) : r.callback(msg, r.userData);
+      } catch (...) {
+        HandleWatcherException(i, msg, n);
+      }
+    }
+    answer &= 0xFFFFFFFFul;
+    // The watcher may have registered others: the records may have moved and grown, and the
+    // new ones are reached too.
+    records = m_records.data();
+    count = m_records.size();
     if (answer != 0) result = answer;
     if (result > 0x7FFFFFFFul) break;
   }
   return result;
 }
 
-bool CRDMsgManager::Accepts(const Record& r, const KWMSGHDR& msg) const {
-  for (int k = r.count; k-- > 0;) {
-    if (r.types[k] == msg.type && r.msgs[k] == msg.msg) return true;
+// Calls the watcher of record `index`. Records may move while it runs (registrations during
+// the send), so the record is looked up again by index after the call; its index stays valid
+// because removal during a send only marks records dead.
+unsigned long CRDMsgManager::DeliverOne(size_t index, KWMSGHDR* msg, uint32_t n) {
+  const Record& r = m_records[index];
+  try {
+    return r.watch ? r.watch->OnMessage(msg) : r.callback(msg, r.userData);
+  } catch (...) {
+    HandleWatcherException(index, msg, n);
   }
-  if (!r.watch || r.count > 0) return false;
-  uint32_t type = r.watch->GetType();
-  uint32_t code = r.watch->GetMsg();
-  return (type == 0 || type == msg.type) && (code == 0 || code == msg.msg);
+  return 0;
 }
 
-unsigned long CRDMsgManager::DeliverOne(size_t index, KWMSGHDR* msg, uint32_t n) {
-  // The record may move while its watcher runs (registrations during the send): work on copies.
-  const Record& r = m_records[index];
-  if (r.dead) return 0;
+// Called inside a catch block: sorts the watcher's exception into out-of-memory and the rest.
+void CRDMsgManager::HandleWatcherException(size_t index, KWMSGHDR* msg, uint32_t n) {
   try {
-    if (!Accepts(r, *msg)) return 0;
-  } catch (...) {
-    return 0;  // a filter that throws accepts nothing
-  }
-  wchar_t name[33];
-  wmemcpy(name, r.name, 33);
-  CMsgWatch* watch = r.watch;
-  MsgFn fn = r.callback;
-  void* userData = r.userData;
-  unsigned long answer = 0;
-  uint32_t start = 0;
-  bool opened = false;
-  try {
-    if (Traced()) {
-      start = GetTickCount();
-      opened = true;
-      TraceLogo(L"<RDMsg_Send%uTo dest='%s'>", n, name);
-    }
-    answer = watch ? watch->OnMessage(msg) : fn(msg, userData);
+    throw;
   } catch (const std::bad_alloc& e) {
-    wchar_t what[128];
-    size_t k = 0;
-    for (const char* p = e.what(); *p && k < 127; ++p) what[k++] = static_cast<unsigned char>(*p);
-    what[k] = 0;
-    KWRDPub::DebugTrace(L"memory allocate failed:%s", what);
+    KWRDPub::DebugTrace(L"memory allocate failed:%s", kw::FromUtf8(e.what()).c_str());
   } catch (...) {
+    ReportWatcherFailure(m_records[index].name, msg, n);
+  }
+}
+
+// Delivery with the send log: the opening tag, the watcher's time when it was slow, the
+// closing tag.
+unsigned long CRDMsgManager::DeliverTraced(size_t index, KWMSGHDR* msg, uint32_t n) {
+  uint32_t start = GetTickCount();
+  TraceLogo(L"<RDMsg_Send%uTo dest='%s'>", n, m_records[index].name);
+  unsigned long answer = DeliverOne(index, msg, n);
+  uint32_t took = GetTickCount() - start;
+  if (took > kSlowMs) TraceLogo(L"RDMsg_time %.3fs", took / 1000.0);
+  TraceLogo(L"</RDMsg_Send%uTo>", n);
+  return answer;
+}
+
+void CRDMsgManager::ReportWatcherFailure(const wchar_t* name, const KWMSGHDR* msg, uint32_t n) {
+  try {
     std::wstring text = kw::FormatW(L"向消息监听器 %s 发送消息(type:%u,message:%u)时出现致命错误!",
                                     name, msg->type, msg->msg);
     if (Traced()) TraceLogo(L"<RDMsg_err msgid=%u desc='%s'/>", n, text.c_str());
     KWRDPub::DebugTrace(L"KW:%s", text.c_str());
     MessageBoxW(acedGetAcadFrame(), text.c_str(), L"错误", MB_ICONERROR);
+  } catch (...) {
+    KWRDPub::DebugTrace(L"memory allocate failed:%s", name);
   }
-  if (opened) {
-    uint32_t took = GetTickCount() - start;
-    if (took > kSlowMs) TraceLogo(L"RDMsg_time %.3fs", took / 1000.0);
-    TraceLogo(L"</RDMsg_Send%uTo>", n);
-  }
-  return answer;
 }
 
 std::wstring CRDMsgManager::FilterText(const Record& r) const {
@@ -386,11 +442,13 @@ std::wstring CRDMsgManager::FilterText(const Record& r) const {
   };
   std::vector<Group> buckets[17];
   for (int k = 0; k < r.count; ++k) {
-    std::vector<Group>& bucket = buckets[(r.types[k] >> 4) % 17];
-    auto it = std::find_if(bucket.begin(), bucket.end(),
-                           [&](const Group& g) { return g.type == r.types[k]; });
-    if (it == bucket.end()) it = bucket.insert(bucket.begin(), Group{r.types[k], L""});
-    it->codes += kw::FormatW(L"%d,", static_cast<int>(r.msgs[k]));
+    const uint32_t type = static_cast<uint32_t>(r.keys[k] >> 32);
+    const uint32_t code = static_cast<uint32_t>(r.keys[k]);
+    std::vector<Group>& bucket = buckets[(type >> 4) % 17];
+    auto it =
+        std::find_if(bucket.begin(), bucket.end(), [&](const Group& g) { return g.type == type; });
+    if (it == bucket.end()) it = bucket.insert(bucket.begin(), Group{type, L""});
+    it->codes += kw::FormatW(L"%d,", static_cast<int>(code));
   }
   std::wstring text;
   for (const std::vector<Group>& bucket : buckets) {

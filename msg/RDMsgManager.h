@@ -9,7 +9,7 @@
 //
 // Invariants of CRDMsgManager:
 //   1. m_records holds the registrations in registration order; a record's name is 0-terminated
-//      and at most 32 characters; its pair arrays hold exactly `count` entries.
+//      and at most 32 characters; its pair list holds exactly `count` entries.
 //   2. An object is registered at most once among the live records.
 //   3. While a send is in progress (m_sendDepth > 0) removal only marks a record dead; dead
 //      records receive nothing, are not listed, and are erased (their auto-deleted objects
@@ -106,17 +106,20 @@ class CRDMsgManager {
 
  private:
   struct Record {
-    std::vector<uint32_t> types;
-    std::vector<uint32_t> msgs;
-    int count = 0;
+    // The fields the send loop reads first.
+    int count = 0;               // number of (type, code) pairs
+    bool dead = false;           // removed during a send; erased when it ends
+    uint64_t key0 = 0;           // keys[0], kept inline for the one-pair fast path
+    std::vector<uint64_t> keys;  // the (type, code) pairs, type in the high word
     MsgFn callback = nullptr;
     void* userData = nullptr;
     bool autoDelete = false;
     CMsgWatch* watch = nullptr;
-    bool dead = false;
     wchar_t name[33] = {};
   };
 
+  static Record MakeRecord(const wchar_t* name, const unsigned int* types, const unsigned int* msgs,
+                           int count);
   void Add(Record&& record);
   bool IsRegistered(const CMsgWatch* watch) const;
   void Kill(size_t index);
@@ -124,6 +127,9 @@ class CRDMsgManager {
   unsigned long Deliver(KWMSGHDR* msg, uint32_t n);
   bool Accepts(const Record& r, const KWMSGHDR& msg) const;
   unsigned long DeliverOne(size_t index, KWMSGHDR* msg, uint32_t n);
+  unsigned long DeliverTraced(size_t index, KWMSGHDR* msg, uint32_t n);
+  void HandleWatcherException(size_t index, KWMSGHDR* msg, uint32_t n);
+  void ReportWatcherFailure(const wchar_t* name, const KWMSGHDR* msg, uint32_t n);
   std::wstring FilterText(const Record& r) const;
   static void Release(Record& r);
 

@@ -35,8 +35,10 @@ struct ModuleState {
   }
 };
 
-// The single state of the process.
-ModuleState& GetModuleState();
+// The single state of the process: constant-initialised, so it is ready before any code of the
+// module runs and costs no guard check on the send path.
+extern constinit ModuleState g_moduleState;
+inline ModuleState& GetModuleState() { return g_moduleState; }
 
 }  // namespace KWRDPub
 
