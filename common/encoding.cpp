@@ -155,6 +155,12 @@ const char* LocaleCodeset() {
 
 }  // namespace
 
+bool IsPlainUtf16(std::wstring_view text) {
+  uint32_t outside = 0;  // accumulated without branches so that the loop vectorises
+  for (wchar_t wc : text) outside |= static_cast<uint32_t>(wc) - 1u >= 0xD7FFu ? 1u : 0u;
+  return outside == 0;
+}
+
 std::u16string ToUtf16(std::wstring_view text) {
   std::u16string out;
   out.reserve(text.size());
@@ -163,12 +169,20 @@ std::u16string ToUtf16(std::wstring_view text) {
 }
 
 size_t Utf16Length(std::wstring_view text) {
-  size_t n = 0;
-  EncodeUtf16(text, [&](char16_t) { ++n; });
+  if (IsPlainUtf16(text)) return text.size();
+  size_t n = text.size();
+  for (wchar_t wc : text) {
+    const char32_t c = static_cast<char32_t>(wc);
+    n += (c >= 0x10000 && c <= kMaxCodePoint) ? 1 : 0;
+  }
   return n;
 }
 
 size_t ToUtf16Into(std::wstring_view text, char16_t* out, size_t cap) {
+  if (text.size() <= cap && IsPlainUtf16(text)) {
+    for (size_t i = 0; i < text.size(); ++i) out[i] = static_cast<char16_t>(text[i]);
+    return text.size();
+  }
   size_t n = 0;
   for (wchar_t wc : text) {
     const char32_t c = static_cast<char32_t>(wc);

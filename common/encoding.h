@@ -28,6 +28,9 @@ std::wstring FromUtf16(std::u16string_view units);
 // Stores at most `cap` units of text into out and returns how many were stored; never splits a
 // surrogate pair. Does not allocate.
 size_t ToUtf16Into(std::wstring_view text, char16_t* out, size_t cap);
+// True when every character is in U+0001..U+D7FF: then each is exactly one UTF-16 unit of the
+// same value and none ends a string early (the common case, which hot paths copy directly).
+bool IsPlainUtf16(std::wstring_view text);
 // Number of UTF-16 code units the text needs.
 size_t Utf16Length(std::wstring_view text);
 // UTF-16LE bytes; an odd trailing byte is ignored.

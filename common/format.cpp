@@ -6,7 +6,6 @@
 namespace kw {
 namespace {
 
-constexpr size_t kStackFormat = 1024;
 // Results longer than this are cut; it bounds the memory a runaway width can ask for.
 constexpr size_t kMaxResult = size_t{1} << 24;
 
@@ -90,19 +89,24 @@ const wchar_t* TranslateOne(const wchar_t* p, std::wstring& out) {
 }
 
 // Rewrites the whole format into `storage` (whose capacity is reused) and returns its text.
+// Literal text between conversions is copied in whole runs.
 const wchar_t* Translate(const wchar_t* format, std::wstring& storage) {
   storage.clear();
-  for (const wchar_t* p = format; *p;) {
-    if (*p != L'%') {
-      storage += *p++;
-    } else if (p[1] == L'%') {
+  const wchar_t* p = format;
+  for (;;) {
+    const wchar_t* pct = wcschr(p, L'%');
+    if (pct == nullptr) {
+      storage.append(p);
+      return storage.c_str();
+    }
+    storage.append(p, static_cast<size_t>(pct - p));
+    if (pct[1] == L'%') {
       storage += L"%%";
-      p += 2;
+      p = pct + 2;
     } else {
-      p = TranslateOne(p + 1, storage);
+      p = TranslateOne(pct + 1, storage);
     }
   }
-  return storage.c_str();
 }
 
 // vswprintf that always terminates and reports what it stored, even when the text was cut.
@@ -120,6 +124,29 @@ size_t StoreCut(wchar_t* buf, size_t cap, const wchar_t* format, va_list args, b
   return stored;
 }
 
+// The last few formats and their translations, per thread. The system's literals repeat (the
+// dispatcher's trace lines alternate between a handful), so a hit skips the rewrite; the key is
+// the format's address, confirmed by its text. Entries keep their capacity, so once warm the
+// cache allocates nothing.
+struct CachedFormat {
+  const wchar_t* key = nullptr;
+  std::wstring original;
+  std::wstring translated;
+};
+
+const wchar_t* CachedTranslation(const wchar_t* format) {
+  static constexpr size_t kEntries = 8;
+  thread_local CachedFormat entries[kEntries];
+  thread_local size_t next = 0;
+  for (CachedFormat& e : entries) {
+    if (e.key == format && e.original == format) return e.translated.c_str();
+  }
+  CachedFormat& e = entries[next++ % kEntries];
+  e.key = format;
+  e.original.assign(format);
+  return Translate(format, e.translated);
+}
+
 }  // namespace
 
 std::wstring TranslateFormat(const wchar_t* format) {
@@ -135,12 +162,7 @@ size_t VFormatInto(wchar_t* buf, size_t cap, const wchar_t* format, va_list args
     return 0;
   }
   // A thread-local buffer keeps hot callers (the trace log) free of heap allocations.
-  thread_local std::wstring storage = [] {
-    std::wstring s;
-    s.reserve(kStackFormat);
-    return s;
-  }();
-  const wchar_t* translated = Translate(format, storage);
+  const wchar_t* translated = CachedTranslation(format);
   bool cut = false;
   return StoreCut(buf, cap, translated, args, &cut);
 }

@@ -198,19 +198,28 @@ void CTraceLogo::VAppend(const wchar_t* format, va_list args) {
 }
 
 void CTraceLogo::Append(std::wstring_view line) {
-  line = line.substr(0, line.find(L'\0'));
   line = line.substr(0, kFormatChars - 1);
+  const bool plain = kw::IsPlainUtf16(line);
+  // A 0 inside the line would end it early in the block.
+  if (!plain) line = line.substr(0, line.find(L'\0'));
   // An empty line would read as the end of the list and hide every later line.
   if (line.empty()) return;
-  size_t units = kw::Utf16Length(line);
+  size_t units = plain ? line.size() : kw::Utf16Length(line);
   size_t bytes = 2 * (units + 1);
   if (m_used + bytes >= m_full) Wipe();
   if (bytes >= m_full) return;
+  // The companion reads while we write: the line becomes visible only when its first unit
+  // replaces the 0 that ends the list, so that unit is stored last.
   char16_t* dst = m_lines + m_used / 2;
   char16_t first[2] = {0, 0};
-  size_t firstUnits = kw::ToUtf16Into(line.substr(0, 1), first, 2);
-  if (firstUnits == 2) dst[1] = first[1];
-  kw::ToUtf16Into(line.substr(1), dst + firstUnits, units - firstUnits);
+  if (plain) {
+    first[0] = static_cast<char16_t>(line[0]);
+    for (size_t i = 1; i < units; ++i) dst[i] = static_cast<char16_t>(line[i]);
+  } else {
+    size_t firstUnits = kw::ToUtf16Into(line.substr(0, 1), first, 2);
+    if (firstUnits == 2) dst[1] = first[1];
+    kw::ToUtf16Into(line.substr(1), dst + firstUnits, units - firstUnits);
+  }
   std::atomic_ref<char16_t>(dst[0]).store(first[0], std::memory_order_release);
   m_used += bytes;
   SetState(tl::kStateLines);
