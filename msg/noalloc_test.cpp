@@ -110,17 +110,20 @@ TEST(NoAllocation, WarmSendsAndTraceLinesAllocateNothing) {
   KWRDPub::ModuleState& st = KWRDPub::GetModuleState();
   KWMSGHDR msg{5, 3, 0};
   st.traceMsgLogo = 1;
-  mgr->SendMessageW(&msg);  // warm-up: creates the trace log
+  // Warm-up: creates the trace log and lets each format be translated once.
+  const auto traceLine = [] {
+    KWRDPub::TraceLogo(L"<RDMsg_SendMessage%u type='%u' msg='%u' from='%s'>", 12u, 5u, 3u,
+                       L",1,2,3,4,5,6,7,8,9,10,11,");
+  };
+  mgr->SendMessageW(&msg);
+  traceLine();
   long untraced = 0;
   long traced = 0;
   {
     Counting counting;
     st.traceMsgLogo = 0;
     for (int i = 0; i < 100; ++i) mgr->SendMessageW(&msg);
-    for (int i = 0; i < 100; ++i) {
-      KWRDPub::TraceLogo(L"<RDMsg_SendMessage%u type='%u' msg='%u' from='%s'>", 12u, 5u, 3u,
-                         L",1,2,3,4,5,6,7,8,9,10,11,");
-    }
+    for (int i = 0; i < 100; ++i) traceLine();
     untraced = counting.Count();
     st.traceMsgLogo = 1;
     for (int i = 0; i < 100; ++i) mgr->SendMessageW(&msg);
