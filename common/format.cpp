@@ -1,5 +1,6 @@
 #include "common/format.h"
 
+#include <cstdint>
 #include <cwchar>
 #include <vector>
 
@@ -124,12 +125,14 @@ size_t StoreCut(wchar_t* buf, size_t cap, const wchar_t* format, va_list args, b
   return stored;
 }
 
-// The last few formats and their translations, per thread. The system's literals repeat (the
-// dispatcher's trace lines alternate between a handful), so a hit skips the rewrite; the key is
-// the format's address, confirmed by its text. Entries keep their capacity, so once warm the
-// cache allocates nothing.
+// The most recently used formats and their translations, per thread. The system's literals
+// repeat (the dispatcher's trace lines cycle through a handful), so a hit skips the rewrite; the
+// key is the format's address, confirmed by its text. The least recently used entry makes room,
+// so a working set of up to kEntries formats never misses once warm; entries keep their
+// capacity, so a warm cache allocates nothing.
 struct CachedFormat {
   const wchar_t* key = nullptr;
+  uint64_t used = 0;
   std::wstring original;
   std::wstring translated;
 };
@@ -137,14 +140,19 @@ struct CachedFormat {
 const wchar_t* CachedTranslation(const wchar_t* format) {
   static constexpr size_t kEntries = 8;
   thread_local CachedFormat entries[kEntries];
-  thread_local size_t next = 0;
+  thread_local uint64_t clock = 0;
+  CachedFormat* oldest = &entries[0];
   for (CachedFormat& e : entries) {
-    if (e.key == format && e.original == format) return e.translated.c_str();
+    if (e.key == format && e.original == format) {
+      e.used = ++clock;
+      return e.translated.c_str();
+    }
+    if (e.used < oldest->used) oldest = &e;
   }
-  CachedFormat& e = entries[next++ % kEntries];
-  e.key = format;
-  e.original.assign(format);
-  return Translate(format, e.translated);
+  oldest->key = format;
+  oldest->used = ++clock;
+  oldest->original.assign(format);
+  return Translate(format, oldest->translated);
 }
 
 }  // namespace

@@ -104,6 +104,7 @@ TEST(NoAllocation, TheCounterSeesAllocations) {
 
 TEST(NoAllocation, WarmSendsAndTraceLinesAllocateNothing) {
   kwhost::ResetSession();
+  KWRDPub::GetModuleState() = KWRDPub::ModuleState{};  // a host that is not ending
   CRDMsgManager* mgr = CRDMsgManager::GetInstance();
   for (unsigned i = 0; i < 8; ++i)
     mgr->Register(L"Eight", i < 2 ? 5 : 100 + i, 3, &Answer, nullptr);
