@@ -101,17 +101,23 @@ class FaultyFileSystem : public FileSystem {
 };
 
 // Path text helpers (no disk access).
-std::string NativePath(const std::wstring& path);           // UTF-8, "\\" turned into "/"
-std::wstring WidePath(const std::string& native);            // UTF-8 to wide
+std::string NativePath(const std::wstring& path);  // UTF-8, "\\" turned into "/"
+std::wstring WidePath(const std::string& native);  // UTF-8 to wide
 std::wstring JoinPath(std::wstring_view dir, std::wstring_view name);  // one "/" between
-std::wstring FileNameOf(std::wstring_view path);    // after the last "/" or "\\"
-std::wstring ParentOf(std::wstring_view path);      // before the last "/" or "\\" ("" if none)
+std::wstring FileNameOf(std::wstring_view path);                       // after the last "/" or "\\"
+std::wstring ParentOf(std::wstring_view path);  // before the last "/" or "\\" ("" if none)
 std::wstring TrimSeparatorsRight(std::wstring_view path);  // "\\" and "/" cut from the right
 
 // Convenience wrappers over Fs().
-inline bool FileExists(const std::wstring& path) { return Fs().IsFile(path); }
-inline bool DirectoryExists(const std::wstring& path) { return Fs().IsDirectory(path); }
-inline bool CreateDirectories(const std::wstring& path) { return Fs().CreateDirectories(path); }
+inline bool FileExists(const std::wstring& path) {
+  return Fs().IsFile(path);
+}
+inline bool DirectoryExists(const std::wstring& path) {
+  return Fs().IsDirectory(path);
+}
+inline bool CreateDirectories(const std::wstring& path) {
+  return Fs().CreateDirectories(path);
+}
 
 }  // namespace kw
 

@@ -40,13 +40,21 @@ std::vector<std::wstring> Split(std::wstring_view s, wchar_t sep);
 int WToI(const wchar_t* s);
 int64_t WToI64(const wchar_t* s);
 double WToF(const wchar_t* s);
-inline int WToI(const std::wstring& s) { return WToI(s.c_str()); }
-inline double WToF(const std::wstring& s) { return WToF(s.c_str()); }
+inline int WToI(const std::wstring& s) {
+  return WToI(s.c_str());
+}
+inline double WToF(const std::wstring& s) {
+  return WToF(s.c_str());
+}
 
 // Length of a possibly null wide C string.
-inline size_t SafeLength(const wchar_t* s) { return s ? std::wstring_view(s).size() : 0; }
+inline size_t SafeLength(const wchar_t* s) {
+  return s ? std::wstring_view(s).size() : 0;
+}
 // A possibly null wide C string as a string_view (null gives the empty view).
-inline std::wstring_view View(const wchar_t* s) { return s ? std::wstring_view(s) : std::wstring_view(); }
+inline std::wstring_view View(const wchar_t* s) {
+  return s ? std::wstring_view(s) : std::wstring_view();
+}
 
 }  // namespace kw
 

@@ -1,0 +1,238 @@
+#include "common/encoding.h"
+
+#include <errno.h>
+#include <iconv.h>
+#include <langinfo.h>
+
+#include <algorithm>
+#include <cstring>
+
+namespace kw {
+namespace {
+
+constexpr char32_t kMaxCodePoint = 0x10FFFF;
+
+bool IsSurrogate(char32_t c) {
+  return c >= 0xD800 && c <= 0xDFFF;
+}
+bool IsValidScalar(char32_t c) {
+  return c <= kMaxCodePoint && !IsSurrogate(c);
+}
+
+template <class Sink>
+void EncodeUtf16(std::wstring_view text, Sink&& put) {
+  for (wchar_t wc : text) {
+    char32_t c = static_cast<char32_t>(wc);
+    if (!IsValidScalar(c)) c = kReplacementChar;
+    if (c < 0x10000) {
+      put(static_cast<char16_t>(c));
+    } else {
+      c -= 0x10000;
+      put(static_cast<char16_t>(0xD800 + (c >> 10)));
+      put(static_cast<char16_t>(0xDC00 + (c & 0x3FF)));
+    }
+  }
+}
+
+// Decodes UTF-16 units read through `unit(i)`; lone surrogates become U+FFFD.
+template <class Unit>
+std::wstring DecodeUtf16(size_t count, Unit&& unit) {
+  std::wstring out;
+  out.reserve(count);
+  for (size_t i = 0; i < count; ++i) {
+    const char16_t u = unit(i);
+    if (u >= 0xD800 && u <= 0xDBFF && i + 1 < count) {
+      const char16_t v = unit(i + 1);
+      if (v >= 0xDC00 && v <= 0xDFFF) {
+        out += static_cast<wchar_t>(0x10000 + ((u - 0xD800) << 10) + (v - 0xDC00));
+        ++i;
+        continue;
+      }
+    }
+    out += IsSurrogate(u) ? kReplacementChar : static_cast<wchar_t>(u);
+  }
+  return out;
+}
+
+void AppendUtf8(std::string& out, char32_t c) {
+  if (c < 0x80) {
+    out += static_cast<char>(c);
+  } else if (c < 0x800) {
+    out += static_cast<char>(0xC0 | (c >> 6));
+    out += static_cast<char>(0x80 | (c & 0x3F));
+  } else if (c < 0x10000) {
+    out += static_cast<char>(0xE0 | (c >> 12));
+    out += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
+    out += static_cast<char>(0x80 | (c & 0x3F));
+  } else {
+    out += static_cast<char>(0xF0 | (c >> 18));
+    out += static_cast<char>(0x80 | ((c >> 12) & 0x3F));
+    out += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
+    out += static_cast<char>(0x80 | (c & 0x3F));
+  }
+}
+
+// Decodes one UTF-8 sequence at s[i]; returns its length, or 0 when it is malformed
+// (overlong forms, surrogates and values past U+10FFFF included).
+size_t DecodeUtf8At(std::string_view s, size_t i, char32_t* out) {
+  const auto b0 = static_cast<unsigned char>(s[i]);
+  size_t len;
+  char32_t c;
+  if (b0 < 0x80) return *out = b0, 1;
+  if (b0 >= 0xC2 && b0 <= 0xDF)
+    len = 2, c = b0 & 0x1F;
+  else if (b0 >= 0xE0 && b0 <= 0xEF)
+    len = 3, c = b0 & 0x0F;
+  else if (b0 >= 0xF0 && b0 <= 0xF4)
+    len = 4, c = b0 & 0x07;
+  else
+    return 0;
+  if (i + len > s.size()) return 0;
+  for (size_t k = 1; k < len; ++k) {
+    const auto b = static_cast<unsigned char>(s[i + k]);
+    if ((b & 0xC0) != 0x80) return 0;
+    c = (c << 6) | (b & 0x3F);
+  }
+  static constexpr char32_t kMin[] = {0, 0, 0x80, 0x800, 0x10000};
+  if (c < kMin[len] || !IsValidScalar(c)) return 0;
+  *out = c;
+  return len;
+}
+
+// One iconv conversion from `from` to `to`. Unconvertible input is replaced (by '?' towards a
+// byte encoding, by U+FFFD towards wide text) one unit at a time, and conversion goes on.
+// iconv descriptors are not thread-safe, so each conversion opens its own.
+std::string IconvConvert(const char* to, const char* from, const char* in, size_t in_bytes,
+                         const char* replacement, size_t replacement_bytes, size_t unit) {
+  std::string out;
+  iconv_t cd = iconv_open(to, from);
+  if (cd == reinterpret_cast<iconv_t>(-1)) return out;
+  out.resize(in_bytes * 2 + 16);
+  char* src = const_cast<char*>(in);
+  size_t src_left = in_bytes;
+  size_t used = 0;
+  while (src_left > 0) {
+    char* dst = out.data() + used;
+    size_t dst_left = out.size() - used;
+    const size_t r = iconv(cd, &src, &src_left, &dst, &dst_left);
+    used = out.size() - dst_left;
+    if (r != static_cast<size_t>(-1)) break;
+    if (errno == E2BIG) {
+      out.resize(out.size() * 2);
+    } else {  // EILSEQ or EINVAL: replace the offending unit and go on
+      out.resize(std::max(out.size(), used + replacement_bytes + 16));
+      std::memcpy(out.data() + used, replacement, replacement_bytes);
+      used += replacement_bytes;
+      const size_t skip = std::min(unit, src_left);
+      src += skip;
+      src_left -= skip;
+    }
+  }
+  out.resize(used);
+  iconv_close(cd);
+  return out;
+}
+
+std::string WideToBytes(std::wstring_view text, const char* encoding) {
+  return IconvConvert(encoding, "WCHAR_T", reinterpret_cast<const char*>(text.data()),
+                      text.size() * sizeof(wchar_t), "?", 1, sizeof(wchar_t));
+}
+
+std::wstring BytesToWide(std::string_view bytes, const char* encoding) {
+  const wchar_t replacement = kReplacementChar;
+  const std::string raw =
+      IconvConvert("WCHAR_T", encoding, bytes.data(), bytes.size(),
+                   reinterpret_cast<const char*>(&replacement), sizeof(wchar_t), 1);
+  std::wstring out(raw.size() / sizeof(wchar_t), L'\0');
+  std::memcpy(out.data(), raw.data(), out.size() * sizeof(wchar_t));
+  return out;
+}
+
+const char* LocaleCodeset() {
+  const char* codeset = nl_langinfo(CODESET);
+  return (codeset && *codeset) ? codeset : "ANSI_X3.4-1968";
+}
+
+}  // namespace
+
+std::u16string ToUtf16(std::wstring_view text) {
+  std::u16string out;
+  out.reserve(text.size());
+  EncodeUtf16(text, [&](char16_t u) { out += u; });
+  return out;
+}
+
+size_t Utf16Length(std::wstring_view text) {
+  size_t n = 0;
+  EncodeUtf16(text, [&](char16_t) { ++n; });
+  return n;
+}
+
+size_t ToUtf16Into(std::wstring_view text, char16_t* out, size_t cap) {
+  size_t n = 0;
+  for (wchar_t wc : text) {
+    const char32_t c = static_cast<char32_t>(wc);
+    const size_t need = (IsValidScalar(c) && c >= 0x10000) ? 2 : 1;
+    if (n + need > cap) break;
+    EncodeUtf16(std::wstring_view(&wc, 1), [&](char16_t u) { out[n++] = u; });
+  }
+  return n;
+}
+
+std::wstring FromUtf16(std::u16string_view units) {
+  return DecodeUtf16(units.size(), [&](size_t i) { return units[i]; });
+}
+
+std::string ToUtf16LEBytes(std::wstring_view text) {
+  std::string out;
+  out.reserve(text.size() * 2);
+  EncodeUtf16(text, [&](char16_t u) {
+    out += static_cast<char>(u & 0xFF);
+    out += static_cast<char>(u >> 8);
+  });
+  return out;
+}
+
+std::wstring FromUtf16LEBytes(const void* data, size_t bytes) {
+  const auto* p = static_cast<const unsigned char*>(data);
+  return DecodeUtf16(
+      bytes / 2, [&](size_t i) { return static_cast<char16_t>(p[2 * i] | (p[2 * i + 1] << 8)); });
+}
+
+std::string ToUtf8(std::wstring_view text) {
+  std::string out;
+  out.reserve(text.size());
+  for (wchar_t wc : text) {
+    const char32_t c = static_cast<char32_t>(wc);
+    AppendUtf8(out, IsValidScalar(c) ? c : kReplacementChar);
+  }
+  return out;
+}
+
+std::wstring FromUtf8(std::string_view bytes) {
+  std::wstring out;
+  out.reserve(bytes.size());
+  for (size_t i = 0; i < bytes.size();) {
+    char32_t c = 0;
+    const size_t len = DecodeUtf8At(bytes, i, &c);
+    out += len ? static_cast<wchar_t>(c) : kReplacementChar;
+    i += len ? len : 1;
+  }
+  return out;
+}
+
+std::string ToGbk(std::wstring_view text) {
+  return WideToBytes(text, "GBK");
+}
+std::wstring FromGbk(std::string_view bytes) {
+  return BytesToWide(bytes, "GBK");
+}
+
+std::string ToLocale(std::wstring_view text) {
+  return WideToBytes(text, LocaleCodeset());
+}
+std::wstring FromLocale(std::string_view bytes) {
+  return BytesToWide(bytes, LocaleCodeset());
+}
+
+}  // namespace kw

@@ -1,0 +1,81 @@
+#include "common/encoding.h"
+
+#include <gtest/gtest.h>
+
+#include <clocale>
+#include <string>
+
+namespace kw {
+namespace {
+
+std::string Bytes(std::initializer_list<int> list) {
+  std::string s;
+  for (int b : list) s += static_cast<char>(b);
+  return s;
+}
+
+TEST(EncodingTest, Utf16LittleEndianBytesOfAThreeCharacterString) {
+  EXPECT_EQ(ToUtf16LEBytes(L"abc"), Bytes({'a', 0, 'b', 0, 'c', 0}));
+  EXPECT_EQ(FromUtf16LEBytes("a\0b\0c\0", 6), L"abc");
+  EXPECT_EQ(ToUtf16LEBytes(L"道"), Bytes({0x53, 0x90}));
+  EXPECT_EQ(Utf16Length(L"abc"), 3u);
+}
+
+TEST(EncodingTest, SurrogatePairsRoundTrip) {
+  const std::wstring text = L"x\U0001F600y";  // outside the basic plane
+  EXPECT_EQ(ToUtf16LEBytes(text), Bytes({'x', 0, 0x3D, 0xD8, 0x00, 0xDE, 'y', 0}));
+  EXPECT_EQ(Utf16Length(text), 4u);
+  EXPECT_EQ(FromUtf16(ToUtf16(text)), text);
+  EXPECT_EQ(FromUtf16LEBytes(ToUtf16LEBytes(text).data(), 8), text);
+}
+
+TEST(EncodingTest, MalformedUtf16BecomesReplacementCharacters) {
+  EXPECT_EQ(FromUtf16(u"a\xD800"
+                      u"b"),
+            L"a\xFFFD"
+            L"b");                               // lone high surrogate
+  EXPECT_EQ(FromUtf16(u"\xDC00"), L"\xFFFD");    // lone low surrogate
+  EXPECT_EQ(FromUtf16LEBytes("a\0b", 3), L"a");  // odd trailing byte ignored
+}
+
+TEST(EncodingTest, ToUtf16IntoNeverSplitsAPair) {
+  char16_t out[3];
+  EXPECT_EQ(ToUtf16Into(L"ab\U0001F600", out, 3), 2u);
+  EXPECT_EQ(ToUtf16Into(L"a\U0001F600", out, 3), 3u);
+  EXPECT_EQ(out[1], 0xD83D);
+  EXPECT_EQ(out[2], 0xDE00);
+}
+
+TEST(EncodingTest, GbkRoundTripsChineseText) {
+  const std::wstring text = L"凯维提示: 道路设计 ABC 123";
+  const std::string gbk = ToGbk(text);
+  EXPECT_EQ(gbk.substr(0, 4), Bytes({0xBF, 0xAD, 0xCE, 0xAC}));  // 凯维
+  EXPECT_EQ(FromGbk(gbk), text);
+  EXPECT_EQ(FromGbk(ToGbk(L"文件\"%s\"读取失败!")), L"文件\"%s\"读取失败!");
+}
+
+TEST(EncodingTest, GbkFailuresAreReplacedNotFatal) {
+  EXPECT_EQ(ToGbk(L"a\U0001F600b"), "a?b");            // not representable
+  EXPECT_EQ(FromGbk(Bytes({'a', 0xBF})), L"a\xFFFD");  // truncated double byte
+}
+
+TEST(EncodingTest, Utf8RejectsOverlongAndSurrogateForms) {
+  EXPECT_EQ(ToUtf8(L"道\U0001F600"), "\xE9\x81\x93\xF0\x9F\x98\x80");
+  EXPECT_EQ(FromUtf8("\xE9\x81\x93\xF0\x9F\x98\x80"), L"道\U0001F600");
+  EXPECT_EQ(FromUtf8("\xC0\xAF"), L"\xFFFD\xFFFD");            // overlong "/"
+  EXPECT_EQ(FromUtf8("\xED\xA0\x80"), L"\xFFFD\xFFFD\xFFFD");  // encoded surrogate
+  EXPECT_EQ(FromUtf8("ab\xE9\x81"), L"ab\xFFFD\xFFFD");        // truncated at the end
+}
+
+TEST(EncodingTest, LocaleEncodingFollowsTheProcessLocale) {
+  const std::string old = std::setlocale(LC_CTYPE, nullptr);
+  ASSERT_NE(std::setlocale(LC_CTYPE, "C.UTF-8"), nullptr);
+  EXPECT_EQ(ToLocale(L"道"), "\xE9\x81\x93");
+  EXPECT_EQ(FromLocale("\xE9\x81\x93"), L"道");
+  std::setlocale(LC_CTYPE, "C");
+  EXPECT_EQ(ToLocale(L"a道"), "a?");
+  std::setlocale(LC_CTYPE, old.c_str());
+}
+
+}  // namespace
+}  // namespace kw

@@ -1,0 +1,244 @@
+#include "common/fileio.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+
+#include "common/encoding.h"
+
+namespace kw {
+namespace {
+
+// Closes a descriptor when it leaves scope.
+class Fd {
+ public:
+  explicit Fd(int fd) : fd_(fd) {}
+  ~Fd() {
+    if (fd_ >= 0) ::close(fd_);
+  }
+  Fd(const Fd&) = delete;
+  Fd& operator=(const Fd&) = delete;
+  int get() const { return fd_; }
+  bool ok() const { return fd_ >= 0; }
+  // Closes now and reports whether the close (the last chance to see a write error) worked.
+  bool Close() {
+    const int fd = fd_;
+    fd_ = -1;
+    return ::close(fd) == 0;
+  }
+
+ private:
+  int fd_;
+};
+
+bool WriteAll(int fd, const char* data, size_t size) {
+  while (size > 0) {
+    const ssize_t n = ::write(fd, data, size);
+    if (n < 0 && errno == EINTR) continue;
+    if (n <= 0) return false;
+    data += n;
+    size -= static_cast<size_t>(n);
+  }
+  return true;
+}
+
+bool ReadAll(int fd, std::string* bytes, uint64_t max_bytes) {
+  struct stat st;
+  if (::fstat(fd, &st) != 0 || !S_ISREG(st.st_mode)) return false;
+  if (static_cast<uint64_t>(st.st_size) > max_bytes) return false;
+  bytes->clear();
+  bytes->reserve(static_cast<size_t>(st.st_size));
+  char chunk[65536];
+  for (;;) {
+    const ssize_t n = ::read(fd, chunk, sizeof chunk);
+    if (n < 0 && errno == EINTR) continue;
+    if (n < 0) return false;
+    if (n == 0) return true;
+    if (bytes->size() + static_cast<uint64_t>(n) > max_bytes) return false;  // grew meanwhile
+    bytes->append(chunk, static_cast<size_t>(n));
+  }
+}
+
+// Flushes a folder so that a rename inside it survives a crash.
+void SyncDirectory(const std::string& dir) {
+  Fd fd(::open(dir.empty() ? "." : dir.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  if (fd.ok()) ::fsync(fd.get());
+}
+
+std::string NativeParent(const std::string& native) {
+  const size_t slash = native.rfind('/');
+  if (slash == std::string::npos) return std::string();
+  return slash == 0 ? std::string("/") : native.substr(0, slash);
+}
+
+// Creates a fresh temporary file beside `final_path` with O_EXCL; retries on a name collision.
+int CreateTemporary(const std::string& final_path, std::string* temp_path) {
+  for (int attempt = 0; attempt < 100; ++attempt) {
+    static unsigned counter = 0;
+    *temp_path =
+        final_path + ".tmp-" + std::to_string(::getpid()) + "-" + std::to_string(++counter);
+    const int fd = ::open(temp_path->c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644);
+    if (fd >= 0 || errno != EEXIST) return fd;
+  }
+  return -1;
+}
+
+// A replaced file keeps its permission bits (the temporary file starts with 0644).
+void KeepMode(const std::string& final_path, int fd) {
+  struct stat st;
+  if (::stat(final_path.c_str(), &st) == 0) ::fchmod(fd, st.st_mode & 07777);
+}
+
+class PosixFileSystem : public FileSystem {
+ public:
+  bool ReadFile(const std::wstring& path, std::string* bytes, uint64_t max_bytes) override {
+    Fd fd(::open(NativePath(path).c_str(), O_RDONLY | O_CLOEXEC));
+    return fd.ok() && ReadAll(fd.get(), bytes, max_bytes);
+  }
+
+  bool WriteFileAtomic(const std::wstring& path, std::string_view bytes) override {
+    const std::string final_path = NativePath(path);
+    std::string temp_path;
+    Fd fd(CreateTemporary(final_path, &temp_path));
+    if (!fd.ok()) return false;
+    KeepMode(final_path, fd.get());
+    const bool written = WriteAll(fd.get(), bytes.data(), bytes.size()) && ::fsync(fd.get()) == 0;
+    if (!fd.Close() || !written || ::rename(temp_path.c_str(), final_path.c_str()) != 0) {
+      ::unlink(temp_path.c_str());
+      return false;
+    }
+    SyncDirectory(NativeParent(final_path));
+    return true;
+  }
+
+  bool IsFile(const std::wstring& path) override {
+    struct stat st;
+    return ::stat(NativePath(path).c_str(), &st) == 0 && S_ISREG(st.st_mode);
+  }
+
+  bool IsDirectory(const std::wstring& path) override {
+    struct stat st;
+    return ::stat(NativePath(path).c_str(), &st) == 0 && S_ISDIR(st.st_mode);
+  }
+
+  bool CreateDirectories(const std::wstring& path) override {
+    const std::string native = NativePath(path);
+    if (native.empty()) return false;
+    for (size_t pos = 1; pos <= native.size(); ++pos) {
+      if (pos < native.size() && native[pos] != '/') continue;
+      const std::string prefix = native.substr(0, pos);
+      if (::mkdir(prefix.c_str(), 0755) != 0 && errno != EEXIST) return false;
+    }
+    return IsDirectory(path);
+  }
+
+  bool RemoveFile(const std::wstring& path) override {
+    return ::unlink(NativePath(path).c_str()) == 0;
+  }
+
+  bool ListFiles(const std::wstring& dir, std::vector<std::wstring>* names) override {
+    names->clear();
+    const std::string native = NativePath(dir);
+    DIR* d = ::opendir(native.c_str());
+    if (!d) return false;
+    while (const dirent* e = ::readdir(d)) {
+      const std::string name = e->d_name;
+      struct stat st;
+      if (::stat((native + "/" + name).c_str(), &st) == 0 && S_ISREG(st.st_mode)) {
+        names->push_back(WidePath(name));
+      }
+    }
+    ::closedir(d);
+    std::sort(names->begin(), names->end());
+    return true;
+  }
+};
+
+FileSystem* g_current = nullptr;
+
+bool IsSeparator(wchar_t c) {
+  return c == L'/' || c == L'\\';
+}
+
+}  // namespace
+
+FileSystem& PosixFs() {
+  static PosixFileSystem posix;
+  return posix;
+}
+
+FileSystem& Fs() {
+  return g_current ? *g_current : PosixFs();
+}
+
+FileSystem* SetFileSystem(FileSystem* fs) {
+  FileSystem* previous = &Fs();
+  g_current = fs;
+  return previous;
+}
+
+bool FaultyFileSystem::Take(int& counter) {
+  if (counter == 0) return false;
+  if (counter > 0) --counter;
+  return true;
+}
+
+bool FaultyFileSystem::ReadFile(const std::wstring& path, std::string* bytes, uint64_t max_bytes) {
+  return !Take(fail_reads_) && base_.ReadFile(path, bytes, max_bytes);
+}
+
+bool FaultyFileSystem::WriteFileAtomic(const std::wstring& path, std::string_view bytes) {
+  ++writes_;
+  return !Take(fail_writes_) && base_.WriteFileAtomic(path, bytes);
+}
+
+bool FaultyFileSystem::CreateDirectories(const std::wstring& path) {
+  return !Take(fail_mkdirs_) && base_.CreateDirectories(path);
+}
+
+bool FaultyFileSystem::RemoveFile(const std::wstring& path) {
+  return !Take(fail_removes_) && base_.RemoveFile(path);
+}
+
+std::string NativePath(const std::wstring& path) {
+  std::wstring slashed(path);
+  std::replace(slashed.begin(), slashed.end(), L'\\', L'/');
+  return ToUtf8(slashed);
+}
+
+std::wstring WidePath(const std::string& native) {
+  return FromUtf8(native);
+}
+
+std::wstring JoinPath(std::wstring_view dir, std::wstring_view name) {
+  std::wstring out(dir);
+  while (!out.empty() && IsSeparator(out.back())) out.pop_back();
+  size_t skip = 0;
+  while (skip < name.size() && IsSeparator(name[skip])) ++skip;
+  if (!dir.empty()) out += L'/';
+  out += name.substr(skip);
+  return out;
+}
+
+std::wstring FileNameOf(std::wstring_view path) {
+  const size_t at = path.find_last_of(L"/\\");
+  return std::wstring(at == std::wstring_view::npos ? path : path.substr(at + 1));
+}
+
+std::wstring ParentOf(std::wstring_view path) {
+  const size_t at = path.find_last_of(L"/\\");
+  return at == std::wstring_view::npos ? std::wstring() : std::wstring(path.substr(0, at));
+}
+
+std::wstring TrimSeparatorsRight(std::wstring_view path) {
+  size_t end = path.size();
+  while (end > 0 && IsSeparator(path[end - 1])) --end;
+  return std::wstring(path.substr(0, end));
+}
+
+}  // namespace kw

@@ -1,0 +1,93 @@
+#include "common/fileio.h"
+
+#include <gtest/gtest.h>
+#include <stdlib.h>
+
+#include <filesystem>
+
+namespace kw {
+namespace {
+
+class FileIoTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    char tmpl[] = "/tmp/kwfileio-XXXXXX";
+    dir_ = WidePath(mkdtemp(tmpl));
+  }
+  void TearDown() override { std::filesystem::remove_all(NativePath(dir_)); }
+  std::wstring At(const wchar_t* name) const { return JoinPath(dir_, name); }
+  std::vector<std::wstring> Listing() const {
+    std::vector<std::wstring> names;
+    Fs().ListFiles(dir_, &names);
+    return names;
+  }
+
+  std::wstring dir_;
+};
+
+TEST_F(FileIoTest, AtomicSaveWritesExactBytesAndLeavesNoTemporaryFile) {
+  const std::string bytes("a\0b\xFF", 4);
+  ASSERT_TRUE(Fs().WriteFileAtomic(At(L"道路.bin"), bytes));
+  std::string back;
+  ASSERT_TRUE(Fs().ReadFile(At(L"道路.bin"), &back));
+  EXPECT_EQ(back, bytes);
+  ASSERT_TRUE(Fs().WriteFileAtomic(At(L"道路.bin"), "new"));
+  ASSERT_TRUE(Fs().ReadFile(At(L"道路.bin"), &back));
+  EXPECT_EQ(back, "new");
+  EXPECT_EQ(Listing(), std::vector<std::wstring>{L"道路.bin"});
+}
+
+TEST_F(FileIoTest, FailedSavesKeepThePreviousFile) {
+  ASSERT_TRUE(Fs().WriteFileAtomic(At(L"a.xml"), "old"));
+  FaultyFileSystem faulty(PosixFs());
+  {
+    ScopedFileSystem scope(&faulty);
+    faulty.FailWrites(1);
+    EXPECT_FALSE(Fs().WriteFileAtomic(At(L"a.xml"), "new"));
+    EXPECT_TRUE(Fs().WriteFileAtomic(At(L"a.xml"), "newer"));  // only one failure was asked
+  }
+  EXPECT_EQ(faulty.writes(), 2);
+  std::string back;
+  ASSERT_TRUE(Fs().ReadFile(At(L"a.xml"), &back));
+  EXPECT_EQ(back, "newer");
+
+  // Real failures: a missing folder, and a final name that is a folder.
+  EXPECT_FALSE(Fs().WriteFileAtomic(At(L"missing/a.xml"), "x"));
+  ASSERT_TRUE(Fs().CreateDirectories(At(L"sub")));
+  EXPECT_FALSE(Fs().WriteFileAtomic(At(L"sub"), "x"));
+  EXPECT_TRUE(Fs().IsDirectory(At(L"sub")));
+  EXPECT_EQ(Listing(), std::vector<std::wstring>{L"a.xml"});
+}
+
+TEST_F(FileIoTest, ReadsRefuseFilesOverTheLimitAndMissingFiles) {
+  ASSERT_TRUE(Fs().WriteFileAtomic(At(L"ten"), "0123456789"));
+  std::string back;
+  EXPECT_FALSE(Fs().ReadFile(At(L"ten"), &back, 9));
+  EXPECT_TRUE(Fs().ReadFile(At(L"ten"), &back, 10));
+  EXPECT_FALSE(Fs().ReadFile(At(L"none"), &back));
+  EXPECT_FALSE(Fs().ReadFile(dir_, &back));  // a folder is not a file
+}
+
+TEST_F(FileIoTest, FoldersAreCreatedWithParentsAndBackslashesAreSeparators) {
+  EXPECT_TRUE(Fs().CreateDirectories(dir_ + L"\\x\\y/z"));
+  EXPECT_TRUE(Fs().IsDirectory(At(L"x/y/z")));
+  EXPECT_TRUE(Fs().CreateDirectories(At(L"x/y/z")));  // already there
+  ASSERT_TRUE(Fs().WriteFileAtomic(At(L"file"), ""));
+  EXPECT_FALSE(Fs().CreateDirectories(At(L"file/below")));
+  EXPECT_TRUE(Fs().RemoveFile(At(L"file")));
+  EXPECT_FALSE(Fs().RemoveFile(At(L"file")));
+}
+
+TEST(PathTextTest, SplittingAcceptsBothSeparators) {
+  EXPECT_EQ(JoinPath(L"/a/b/", L"c.xml"), L"/a/b/c.xml");
+  EXPECT_EQ(JoinPath(L"", L"c.xml"), L"c.xml");
+  EXPECT_EQ(FileNameOf(L"C:\\prj\\road.dwg"), L"road.dwg");
+  EXPECT_EQ(FileNameOf(L"/prj/sub\\road.dwg"), L"road.dwg");
+  EXPECT_EQ(ParentOf(L"/prj/road.dwg"), L"/prj");
+  EXPECT_EQ(ParentOf(L"road.dwg"), L"");
+  EXPECT_EQ(TrimSeparatorsRight(L"/prj/\\/"), L"/prj");
+  EXPECT_EQ(NativePath(L"a\\b/道"), "a/b/\xE9\x81\x93");
+}
+
+}  // namespace
+}  // namespace kw
