@@ -8,7 +8,9 @@
 #include "host/api/dbid.h"
 #include "host/api/ge.h"
 
-// Common services: GUIDs, paths, data providers.
+// Common services: GUIDs, paths, file titles and number text, data providers.
+#include "common/FileUtils.h"
+#include "common/RoadDataProviders.h"
 #include "common/guid.h"
 #include "common/paths.h"
 
@@ -16,6 +18,7 @@
 
 
 // ---------------------------------------------------------------- messaging (msg/)
+#include "msg/MsgCallback.h"
 
 
 // ---------------------------------------------------------------- binary persistence (persist/)
