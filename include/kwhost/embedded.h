@@ -62,12 +62,15 @@ std::vector<std::wstring> TakeDebugTrace();
 // Where output goes instead of the capture buffer (rdpub: stdout). An empty function restores
 // capturing.
 void SetOutputSink(std::function<void(std::wstring_view)> sink);
-// Reads the next line of input when the queue is empty: returns false at the end of input.
-// The console host sets one that reads the terminal or the script.
-void SetInputReader(std::function<bool(std::wstring* line)> reader);
-// The next input line for the caller itself (the console's command prompt): the rest of a
-// partly taken line, else a queued line, else one from the reader. False at the end of input.
-bool NextInputLine(std::wstring* line);
+// Reads the next line of input when the queue is empty: returns false at the end of input
+// (the reader is not called again after that). The console host sets one that reads the
+// terminal or the script. An interactive reader is never asked ahead of a prompt, so message
+// boxes then take their default button.
+void SetInputReader(std::function<bool(std::wstring* line)> reader, bool interactive = false);
+// The next input word for the caller itself (the console's command prompt), taken as
+// acedGetString(0, ...) takes it: up to the first blank, the rest of the line staying queued.
+// False at the end of input.
+bool NextInputWord(std::wstring* word);
 
 // ---------------------------------------------------------------- commands
 
@@ -101,7 +104,8 @@ bool MainFrameClosed();
 
 // A manual clock: GetTickCount gives tickMs, GetLocalTime gives 2024-01-01 (a Monday) at the
 // given hour:minute:second.000. AdvanceClock moves both (local time rolls over into the next
-// days; the tick count wraps at 2^32). Timers are not run by AdvanceClock: call PumpMessages.
+// days; the tick count wraps at 2^32; with the real clock it does nothing). Timers are not
+// run by AdvanceClock: call PumpMessages.
 void SetManualClock(uint32_t tickMs, int hour, int minute, int second);
 void AdvanceClock(uint32_t ms);
 void UseRealClock();
