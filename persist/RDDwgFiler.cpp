@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <climits>
+#include <cwchar>
 #include <new>
 #include <string>
 #include <string_view>
@@ -162,62 +163,84 @@ Acad::ErrorStatus CRDDwgFiler::writeAcDbHandle(const AcDbHandle&) {
   return NotImplemented(L"\nCMyDwgFiler::writeSoftPointerId未实现.");
 }
 
-Acad::ErrorStatus CRDDwgFiler::readString(wchar_t** value) {
-  if (value == nullptr) return Acad::eInvalidInput;
-  *value = nullptr;
+Acad::ErrorStatus CRDDwgFiler::ReadStringHeader(const unsigned char** bytes, uint32_t* count,
+                                                bool* wide) {
   if (Remaining() < 4) m_status = Acad::eEndOfFile;
-  uint32_t count = 0;
-  if (Acad::ErrorStatus es = readUInt32(&count); es != Acad::eOk) return es;
-  if (count == 0) {
-    acutNewBuffer(*value, 1);
-    return *value != nullptr ? Acad::eOk : Acad::eOutOfMemory;
-  }
-  bool wide = false;
-  if (Acad::ErrorStatus es = readBool(&wide); es != Acad::eOk) return es;
-  if (count > Remaining()) {
+  if (Acad::ErrorStatus es = ReadFixed(count, 4); es != Acad::eOk) return es;
+  if (*count == 0) return Acad::eOk;
+  uint8_t flag = 0;
+  if (Acad::ErrorStatus es = ReadFixed(&flag, 1); es != Acad::eOk) return es;
+  *wide = flag != 0;
+  if (*count > Remaining()) {
     m_status = Acad::eEndOfFile;
     return m_status;
   }
-  const unsigned char* bytes = m_data.asArrayPtr() + m_position;
-  if (wide) {
+  *bytes = m_data.asArrayPtr() + m_position;
+  return Acad::eOk;
+}
+
+Acad::ErrorStatus CRDDwgFiler::readString(wchar_t** value) {
+  if (value == nullptr) return Acad::eInvalidInput;
+  *value = nullptr;
+  const unsigned char* bytes = nullptr;
+  uint32_t count = 0;
+  bool wide = false;
+  if (Acad::ErrorStatus es = ReadStringHeader(&bytes, &count, &wide); es != Acad::eOk) return es;
+  if (count > 0 && wide) {
     acutNewBuffer(*value, count / 2 + 1);
-    if (*value == nullptr) return Acad::eOutOfMemory;
-    DecodeUtf16LE(bytes, count, *value);
+    if (*value != nullptr) DecodeUtf16LE(bytes, count, *value);
   } else {
     const std::wstring text = DecodeAnsi(bytes, count);
     acutNewBuffer(*value, text.size() + 1);
-    if (*value == nullptr) return Acad::eOutOfMemory;
-    std::copy(text.begin(), text.end(), *value);
+    if (*value != nullptr) std::copy(text.begin(), text.end(), *value);
   }
+  if (*value == nullptr) return Acad::eOutOfMemory;
   m_position += count;
   return Acad::eOk;
 }
 
+// Decodes straight into the string instead of going through a temporary buffer; the result is
+// the same text, cut at its first zero character as the buffer form would be.
 Acad::ErrorStatus CRDDwgFiler::readString(AcString& value) {
-  value.setEmpty();
-  wchar_t* text = nullptr;
-  const Acad::ErrorStatus es = readString(&text);
-  if (es == Acad::eOk) value += text;
-  acutDelBuffer(text);
-  return es;
+  std::wstring& text = value.setEmpty().str();
+  const unsigned char* bytes = nullptr;
+  uint32_t count = 0;
+  bool wide = false;
+  if (Acad::ErrorStatus es = ReadStringHeader(&bytes, &count, &wide); es != Acad::eOk) return es;
+  if (count > 0 && wide) {
+    text.resize(count / 2 + 1);
+    text.resize(DecodeUtf16LE(bytes, count, text.data()));
+  } else {
+    text = DecodeAnsi(bytes, count);
+  }
+  text.resize(std::wcslen(text.c_str()));
+  m_position += count;
+  return Acad::eOk;
 }
 
 Acad::ErrorStatus CRDDwgFiler::writeString(const wchar_t* value) {
   const std::wstring_view text = value != nullptr ? std::wstring_view(value) : std::wstring_view();
-  const size_t units = kw::Utf16Length(text);
+  // Text below the surrogate range (all of the common scripts) is one unit per character.
+  const bool simple = std::all_of(text.begin(), text.end(), [](wchar_t c) { return c < 0xD800; });
+  const size_t units = simple ? text.size() : kw::Utf16Length(text);
   if (units > UINT32_MAX / 2) return Acad::eInvalidInput;
   const uint32_t count = static_cast<uint32_t>(units * 2);
-  if (Acad::ErrorStatus es = writeUInt32(count); es != Acad::eOk) return es;
+  Acad::ErrorStatus es = Acad::eOk;
+  unsigned char* out = Reserve(count > 0 ? 5 + uint64_t{count} : 4, &es);
+  if (out == nullptr) return es;
+  std::memcpy(out, &count, 4);
   if (count == 0) return Acad::eOk;
-  if (Acad::ErrorStatus es = writeBool(true); es != Acad::eOk) return es;
-  // In-memory UTF-16 units are little-endian on every machine this runs on.
-  if (units <= kShortUnits) {
-    char16_t buffer[kShortUnits];
-    kw::ToUtf16Into(text, buffer, kShortUnits);
-    return WriteBlock(buffer, count);
+  out[4] = 1;  // UTF-16LE
+  if (simple) {
+    for (size_t i = 0; i < units; ++i) {
+      out[5 + 2 * i] = static_cast<unsigned char>(text[i] & 0xFF);
+      out[6 + 2 * i] = static_cast<unsigned char>((text[i] >> 8) & 0xFF);
+    }
+  } else {
+    const std::string bytes = kw::ToUtf16LEBytes(text);
+    std::memcpy(out + 5, bytes.data(), count);
   }
-  const std::string bytes = kw::ToUtf16LEBytes(text);
-  return WriteBlock(bytes.data(), bytes.size());
+  return Acad::eOk;
 }
 
 Acad::ErrorStatus CRDDwgFiler::writeString(const AcString& value) {
@@ -265,62 +288,59 @@ Acad::ErrorStatus CRDDwgFiler::writeBool(bool value) {
   return WriteFixed(&byte, 1);
 }
 
-namespace {
-
-// Reads `n` doubles into consecutive components; stops at the first failure.
-Acad::ErrorStatus ReadDoubles(CRDDwgFiler& filer, double* const* components, int n) {
+Acad::ErrorStatus CRDDwgFiler::ReadDoubles(double* const* components, int n) {
   for (int i = 0; i < n; ++i) {
-    if (Acad::ErrorStatus es = filer.readDouble(components[i]); es != Acad::eOk) return es;
+    if (Acad::ErrorStatus es = ReadFixed(components[i], 8); es != Acad::eOk) return es;
   }
   return Acad::eOk;
 }
 
-Acad::ErrorStatus WriteDoubles(CRDDwgFiler& filer, std::initializer_list<double> values) {
-  const Acad::ErrorStatus status = filer.filerStatus();
-  if (status != Acad::eOk && status != Acad::eEndOfFile) return status;
-  for (double v : values) {
-    if (Acad::ErrorStatus es = filer.writeDouble(v); es != Acad::eOk) return es;
-  }
-  filer.setFilerStatus(Acad::eOk);
-  return Acad::eOk;
+Acad::ErrorStatus CRDDwgFiler::WriteDoubles(const double* values, int n) {
+  Acad::ErrorStatus es = Acad::eOk;
+  unsigned char* out = Reserve(8 * static_cast<uint64_t>(n), &es);
+  if (out != nullptr) std::memcpy(out, values, 8 * static_cast<size_t>(n));
+  return es;
 }
-
-}  // namespace
 
 Acad::ErrorStatus CRDDwgFiler::readPoint2d(AcGePoint2d* v) {
   double* c[] = {&v->x, &v->y};
-  return ReadDoubles(*this, c, 2);
+  return ReadDoubles(c, 2);
 }
 Acad::ErrorStatus CRDDwgFiler::writePoint2d(const AcGePoint2d& v) {
-  return WriteDoubles(*this, {v.x, v.y});
+  const double c[] = {v.x, v.y};
+  return WriteDoubles(c, 2);
 }
 Acad::ErrorStatus CRDDwgFiler::readPoint3d(AcGePoint3d* v) {
   double* c[] = {&v->x, &v->y, &v->z};
-  return ReadDoubles(*this, c, 3);
+  return ReadDoubles(c, 3);
 }
 Acad::ErrorStatus CRDDwgFiler::writePoint3d(const AcGePoint3d& v) {
-  return WriteDoubles(*this, {v.x, v.y, v.z});
+  const double c[] = {v.x, v.y, v.z};
+  return WriteDoubles(c, 3);
 }
 Acad::ErrorStatus CRDDwgFiler::readVector2d(AcGeVector2d* v) {
   double* c[] = {&v->x, &v->y};
-  return ReadDoubles(*this, c, 2);
+  return ReadDoubles(c, 2);
 }
 Acad::ErrorStatus CRDDwgFiler::writeVector2d(const AcGeVector2d& v) {
-  return WriteDoubles(*this, {v.x, v.y});
+  const double c[] = {v.x, v.y};
+  return WriteDoubles(c, 2);
 }
 Acad::ErrorStatus CRDDwgFiler::readVector3d(AcGeVector3d* v) {
   double* c[] = {&v->x, &v->y, &v->z};
-  return ReadDoubles(*this, c, 3);
+  return ReadDoubles(c, 3);
 }
 Acad::ErrorStatus CRDDwgFiler::writeVector3d(const AcGeVector3d& v) {
-  return WriteDoubles(*this, {v.x, v.y, v.z});
+  const double c[] = {v.x, v.y, v.z};
+  return WriteDoubles(c, 3);
 }
 Acad::ErrorStatus CRDDwgFiler::readScale3d(AcGeScale3d* v) {
   double* c[] = {&v->sx, &v->sy, &v->sz};
-  return ReadDoubles(*this, c, 3);
+  return ReadDoubles(c, 3);
 }
 Acad::ErrorStatus CRDDwgFiler::writeScale3d(const AcGeScale3d& v) {
-  return WriteDoubles(*this, {v.sx, v.sy, v.sz});
+  const double c[] = {v.sx, v.sy, v.sz};
+  return WriteDoubles(c, 3);
 }
 
 Acad::ErrorStatus CRDDwgFiler::readBytes(void* buffer, uint64_t count) {
@@ -361,28 +381,41 @@ Acad::ErrorStatus CRDDwgFiler::seek(int64_t offset, int method) {
   return Acad::eOk;
 }
 
-void CRDDwgFiler::MakeRoom(uint64_t n) {
-  const int64_t end = m_position + static_cast<int64_t>(n);
-  if (end <= m_data.length()) return;
-  const int64_t capacity = m_data.physicalLength();
-  if (end > capacity) {
-    const int64_t step = std::max<int64_t>(m_data.growLength(), std::min<int64_t>(capacity, 65536));
-    const int64_t wanted = std::min(std::max(end, capacity + step), kMaxDataSize);
-    m_data.setPhysicalLength(static_cast<int>(wanted));
+unsigned char* CRDDwgFiler::Reserve(uint64_t n, Acad::ErrorStatus* es) {
+  if (m_status != Acad::eOk && m_status != Acad::eEndOfFile) {
+    *es = m_status;
+    return nullptr;
   }
-  m_data.setLogicalLength(static_cast<int>(end));
+  if (n > static_cast<uint64_t>(kMaxDataSize - m_position)) {
+    *es = Acad::eOutOfMemory;
+    return nullptr;
+  }
+  const int64_t end = m_position + static_cast<int64_t>(n);
+  if (end > m_data.length()) {
+    const int64_t capacity = m_data.physicalLength();
+    try {
+      if (end > capacity) {
+        const int64_t step =
+            std::max<int64_t>(m_data.growLength(), std::min<int64_t>(capacity, 65536));
+        m_data.setPhysicalLength(
+            static_cast<int>(std::min(std::max(end, capacity + step), kMaxDataSize)));
+      }
+    } catch (const std::bad_alloc&) {
+      *es = Acad::eOutOfMemory;
+      return nullptr;
+    }
+    m_data.setLogicalLength(static_cast<int>(end));
+  }
+  unsigned char* out = m_data.asArrayPtr() + m_position;
+  m_position = end;
+  m_status = Acad::eOk;
+  *es = Acad::eOk;
+  return out;
 }
 
 Acad::ErrorStatus CRDDwgFiler::WriteBlock(const void* in, uint64_t n) {
-  if (m_status != Acad::eOk && m_status != Acad::eEndOfFile) return m_status;
-  if (n > static_cast<uint64_t>(kMaxDataSize - m_position)) return Acad::eOutOfMemory;
-  try {
-    MakeRoom(n);
-  } catch (const std::bad_alloc&) {
-    return Acad::eOutOfMemory;
-  }
-  if (n > 0) std::memcpy(m_data.asArrayPtr() + m_position, in, n);
-  m_position += static_cast<int64_t>(n);
-  m_status = Acad::eOk;
-  return Acad::eOk;
+  Acad::ErrorStatus es = Acad::eOk;
+  unsigned char* out = Reserve(n, &es);
+  if (out != nullptr && n > 0) std::memcpy(out, in, n);
+  return es;
 }

@@ -166,7 +166,14 @@ class CRDDwgFiler : public AcDbDwgFiler {
     return WriteBlock(in, static_cast<uint64_t>(n));
   }
   Acad::ErrorStatus WriteBlock(const void* in, uint64_t n);
-  void MakeRoom(uint64_t n);
+  // Makes room for n bytes at the position and returns where they go (the position moves past
+  // them and the status becomes 0), or null with *es set when the write is refused.
+  unsigned char* Reserve(uint64_t n, Acad::ErrorStatus* es);
+  // Checks a string record's count and flag and moves past them: *bytes then points at the
+  // *count text bytes, which the caller decodes before moving past them.
+  Acad::ErrorStatus ReadStringHeader(const unsigned char** bytes, uint32_t* count, bool* wide);
+  Acad::ErrorStatus ReadDoubles(double* const* components, int n);
+  Acad::ErrorStatus WriteDoubles(const double* values, int n);
   Acad::ErrorStatus NotImplemented(const wchar_t* line) const;
 
   Acad::ErrorStatus m_status;

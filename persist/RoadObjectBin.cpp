@@ -1,6 +1,7 @@
 #include "persist/RoadObjectBin.h"
 
 #include <climits>
+#include <map>
 #include <string_view>
 
 #include "common/fileio.h"
@@ -126,11 +127,23 @@ bool CRoadObjectBinManager::LoadAll(std::vector<std::wstring>& errors) {
   std::vector<std::wstring> names;
   kw::Fs().ListFiles(folder, &names);
   bool allLoaded = true;
+  // Every id in the list is unique while the folder loads (a repeated id replaces), so an index
+  // by id answers what Find would, without a walk of the list per file.
+  std::map<GUID, int> byId;
   for (const std::wstring& name : names) {
     if (!EndsWithNoCase(name, ext)) continue;
     const std::wstring path = kw::JoinPath(folder, name);
     std::wstring error;
-    CRoadObjectBin* object = Load(path.c_str(), error, true);
+    CRoadObjectBin* object = LoadRoadObject(path.c_str(), error);
+    if (object != nullptr) {
+      const auto [at, isNew] = byId.try_emplace(object->ID(), Count());
+      if (isNew) {
+        Add(object);
+      } else {
+        delete Item(at->second);
+        SetAt(at->second, object);
+      }
+    }
     const bool ok = object != nullptr && object->OnAfterLoad(error);
     if (!error.empty()) errors.push_back(error);
     if (!ok) {

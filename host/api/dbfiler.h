@@ -85,6 +85,8 @@ class AcString {
   }
   bool operator==(const AcString&) const = default;
   const std::wstring& str() const { return m_text; }
+  // The text itself, for readers that decode straight into the string.
+  std::wstring& str() { return m_text; }
 
  private:
   std::wstring m_text;
