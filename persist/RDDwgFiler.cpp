@@ -13,8 +13,6 @@
 namespace {
 
 constexpr int64_t kMaxDataSize = INT_MAX;
-// Strings up to this many UTF-16 units are encoded on the stack.
-constexpr size_t kShortUnits = 64;
 
 // Decodes `bytes` UTF-16LE bytes (an odd last byte is ignored) into out, which has room for
 // bytes / 2 + 1 characters; a lone surrogate becomes U+FFFD. Returns the characters stored,
