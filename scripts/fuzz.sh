@@ -1,0 +1,25 @@
+#!/usr/bin/env bash
+# Builds the fuzz targets with clang (libFuzzer, ASan, UBSan) and runs each for SECONDS
+# (default 600) on a copy of its corpus. Usage: scripts/fuzz.sh [SECONDS] [TARGET...]
+set -euo pipefail
+root="$(cd "$(dirname "$0")/.." && pwd)"
+bash "$root/scripts/deps.sh"
+seconds="${1:-600}"
+shift || true
+build="$root/build-fuzz"
+cmake -S "$root" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+  -DCMAKE_C_COMPILER=clang -DCMAKE_CXX_COMPILER=clang++ -DKW_BUILD_TESTS=OFF \
+  -DKW_BUILD_FUZZ=ON >/dev/null
+cmake --build "$build"
+targets=("$@")
+if ((${#targets[@]} == 0)); then
+  for t in "$build"/bin/fuzz_*; do targets+=("$(basename "$t" | sed 's/^fuzz_//')"); done
+fi
+for t in "${targets[@]}"; do
+  corpus="$build/corpus/$t"
+  mkdir -p "$corpus"
+  cp -n "$root/fuzz/corpus/$t"/* "$corpus"/ 2>/dev/null || true
+  echo "== fuzz_$t for ${seconds}s"
+  "$build/bin/fuzz_$t" "$corpus" -max_total_time="$seconds" -malloc_limit_mb=64 \
+    -rss_limit_mb=2048 -print_final_stats=1 2>&1 | tail -n 12
+done
