@@ -1,0 +1,4 @@
+// A shared object that is not a module: it lacks acrxEntryPoint.
+extern "C" int hostprobe_noentry_marker() {
+  return 42;
+}

@@ -1,0 +1,224 @@
+// rdpub: a CAD command line in a terminal. Loads the suite's library (or the modules named with
+// --module), then reads command lines from the terminal, a script or standard input until
+// QUIT or the end of input, and closes the main frame (watchers, then module unload).
+//
+//   rdpub [--script FILE] [--module PATH]... [DRAWING]
+//
+// Exit status: 0 after a normal close; 1 for bad arguments or an unreadable script; 2 when a
+// module given at start cannot be loaded.
+#include <editline/readline.h>
+#include <unistd.h>
+
+#include <climits>
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "common/encoding.h"
+#include "common/fileio.h"
+#include "common/text.h"
+#include "host/api/editor.h"
+#include "kwhost/embedded.h"
+
+namespace {
+
+constexpr uint64_t kMaxScriptBytes = 64ull << 20;
+constexpr const wchar_t* kLibraryName = L"libkwrdpub.so";
+
+struct Options {
+  std::wstring script;
+  std::vector<std::wstring> modules;
+  std::wstring drawing;
+};
+
+void Usage() {
+  std::fprintf(stderr, "usage: rdpub [--script FILE] [--module PATH]... [DRAWING]\n");
+}
+
+bool ParseArgs(int argc, char** argv, Options* opt) {
+  for (int i = 1; i < argc; ++i) {
+    std::string arg = argv[i];
+    bool hasValue = i + 1 < argc;
+    if (arg == "--script" && hasValue) {
+      opt->script = kw::FromUtf8(argv[++i]);
+    } else if (arg == "--module" && hasValue) {
+      opt->modules.push_back(kw::FromUtf8(argv[++i]));
+    } else if (arg.starts_with("-") || !opt->drawing.empty()) {
+      return false;
+    } else {
+      opt->drawing = kw::FromUtf8(arg);
+    }
+  }
+  return true;
+}
+
+std::wstring ExecutableFolder() {
+  char buf[PATH_MAX];
+  ssize_t n = readlink("/proc/self/exe", buf, sizeof(buf) - 1);
+  if (n <= 0) return L".";
+  return kw::ParentOf(kw::FromUtf8(std::string(buf, static_cast<size_t>(n))));
+}
+
+// The library: $KWRD_INSTALL_DIR, else beside the executable, else in ../lib of it.
+std::wstring FindLibrary(std::vector<std::wstring>* tried) {
+  std::vector<std::wstring> folders;
+  if (const char* dir = std::getenv("KWRD_INSTALL_DIR"); dir && *dir) {
+    folders.push_back(kw::FromUtf8(dir));
+  }
+  std::wstring exe = ExecutableFolder();
+  folders.push_back(exe);
+  folders.push_back(exe + L"/../" + kw::FromUtf8(KW_INSTALL_LIBDIR));
+  if (folders.back() != exe + L"/../lib") folders.push_back(exe + L"/../lib");
+  for (const std::wstring& folder : folders) {
+    std::wstring path = kw::JoinPath(folder, kLibraryName);
+    tried->push_back(path);
+    if (kw::Fs().IsFile(path)) return path;
+  }
+  return {};
+}
+
+void WriteStdout(std::wstring_view text) {
+  std::string bytes = kw::ToUtf8(text);
+  std::fwrite(bytes.data(), 1, bytes.size(), stdout);
+  std::fflush(stdout);
+}
+
+// Input from a script file: its lines, read once.
+std::function<bool(std::wstring*)> ScriptReader(std::vector<std::wstring> lines) {
+  auto shared = std::make_shared<std::vector<std::wstring>>(std::move(lines));
+  auto next = std::make_shared<size_t>(0);
+  return [shared, next](std::wstring* line) {
+    if (*next >= shared->size()) return false;
+    *line = (*shared)[(*next)++];
+    return true;
+  };
+}
+
+bool LoadScript(const std::wstring& path, std::vector<std::wstring>* lines) {
+  std::string bytes;
+  if (!kw::Fs().ReadFile(path, &bytes, kMaxScriptBytes)) return false;
+  if (bytes.starts_with("\xEF\xBB\xBF")) bytes.erase(0, 3);
+  *lines = kw::Split(kw::FromUtf8(bytes), L'\n');
+  if (!lines->empty() && lines->back().empty()) lines->pop_back();
+  return true;
+}
+
+bool ReadStdinLine(std::wstring* line) {
+  std::string bytes;
+  int c;
+  while ((c = std::fgetc(stdin)) != EOF && c != '\n') bytes.push_back(static_cast<char>(c));
+  if (c == EOF && bytes.empty()) return false;
+  *line = kw::FromUtf8(bytes);
+  return true;
+}
+
+// The terminal, with line editing and history.
+bool ReadTerminalLine(std::wstring* line) {
+  std::fflush(stdout);
+  char* text = readline("");
+  if (!text) return false;
+  if (*text) add_history(text);
+  *line = kw::FromUtf8(text);
+  std::free(text);
+  return true;
+}
+
+void PrintHelp() {
+  std::wstring text = L"\n内置命令: APPLOAD HELP QUIT\n已注册命令:";
+  for (const std::wstring& name : kwhost::CommandNames()) text += L"\n  " + name;
+  acutPrintf(L"%s", text.c_str());
+}
+
+void AppLoad() {
+  wchar_t path[kAcedStringBufferLen] = {};
+  if (acedGetString(1, L"\n要加载的模块: ", path) != RTNORM || !*path) return;
+  std::wstring error;
+  if (kwhost::LoadModule(kw::Trim(path), &error)) {
+    acutPrintf(L"\n已加载 %s。", path);
+  } else {
+    acutPrintf(L"\n无法加载模块: %s", error.c_str());
+  }
+}
+
+// Runs command lines until QUIT or the end of input.
+void CommandLoop(bool interactive) {
+  for (;;) {
+    if (interactive) acutPrintf(L"\n命令: ");
+    std::wstring word;
+    if (!kwhost::NextInputWord(&word)) return;
+    if (word.empty() || word == L"^C") continue;
+    std::wstring name = kw::ToUpper(word);
+    if (name == L"QUIT") return;
+    if (name == L"HELP") {
+      PrintHelp();
+    } else if (name == L"APPLOAD") {
+      AppLoad();
+    } else if (!kwhost::RunCommand(word.c_str())) {
+      acutPrintf(L"\n未知命令\"%s\"。输入 HELP 查看命令列表。", name.c_str());
+    }
+  }
+}
+
+bool LoadStartModules(const Options& opt) {
+  std::vector<std::wstring> modules = opt.modules;
+  if (modules.empty()) {
+    std::vector<std::wstring> tried;
+    std::wstring library = FindLibrary(&tried);
+    if (library.empty()) {
+      std::string list;
+      for (const std::wstring& t : tried) list += "\n  " + kw::ToUtf8(t);
+      std::fprintf(stderr, "rdpub: libkwrdpub.so not found; looked for:%s\n", list.c_str());
+      return false;
+    }
+    modules.push_back(library);
+  }
+  for (const std::wstring& path : modules) {
+    std::wstring error;
+    if (!kwhost::LoadModule(path, &error)) {
+      std::fprintf(stderr, "rdpub: cannot load %s: %s\n", kw::ToUtf8(path).c_str(),
+                   kw::ToUtf8(error).c_str());
+      return false;
+    }
+  }
+  return true;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  Options opt;
+  if (!ParseArgs(argc, argv, &opt)) {
+    Usage();
+    return 1;
+  }
+  kwhost::SetOutputSink(WriteStdout);
+  bool interactive = false;
+  if (!opt.script.empty()) {
+    std::vector<std::wstring> lines;
+    if (!LoadScript(opt.script, &lines)) {
+      std::fprintf(stderr, "rdpub: cannot read script %s\n", kw::ToUtf8(opt.script).c_str());
+      return 1;
+    }
+    kwhost::SetInputReader(ScriptReader(std::move(lines)));
+  } else if (isatty(STDIN_FILENO)) {
+    interactive = true;
+    using_history();
+    kwhost::SetInputReader(ReadTerminalLine, true);
+  } else {
+    kwhost::SetInputReader(ReadStdinLine);
+  }
+  if (!opt.drawing.empty()) {
+    kwhost::CloseAllDocuments();
+    kwhost::OpenDocument(opt.drawing);
+  }
+  if (!LoadStartModules(opt)) {
+    kwhost::CloseMainFrame();
+    return 2;
+  }
+  CommandLoop(interactive);
+  kwhost::CloseMainFrame();
+  if (interactive) WriteStdout(L"\n");  // leave the shell prompt on a line of its own
+  return 0;
+}
