@@ -14,8 +14,10 @@
 
 #include <algorithm>
 #include <cassert>
+#include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <new>
 #include <type_traits>
 #include <utility>
 
@@ -157,7 +159,8 @@ class AcArray {
   AcArray& setPhysicalLength(int n) {
     n = std::max(n, 0);
     if (n == mPhysicalLen) return *this;
-    std::unique_ptr<T[]> fresh(n > 0 ? new T[n]() : nullptr);
+    if constexpr (kReallocates) return reallocate(n);
+    Storage fresh(n > 0 ? new T[n]() : nullptr);
     int keep = std::min(mLogicalLen, n);
     moveElements(fresh.get(), keep);
     mpArray = std::move(fresh);
@@ -185,6 +188,37 @@ class AcArray {
   }
 
  private:
+  // Plain bytes and values live in malloc storage, so that growing a large array (the memory
+  // filer's 100 KiB steps) is a realloc that the C library can often do without copying.
+  static constexpr bool kReallocates =
+      std::is_trivially_copyable_v<T> && std::is_trivially_default_constructible_v<T>;
+  struct Deleter {
+    void operator()(T* p) const {
+      if constexpr (kReallocates) {
+        std::free(p);
+      } else {
+        delete[] p;
+      }
+    }
+  };
+  using Storage = std::unique_ptr<T[], Deleter>;
+
+  AcArray& reallocate(int n) {
+    if (n == 0) {
+      mpArray.reset();
+    } else {
+      void* p = std::realloc(mpArray.get(), sizeof(T) * static_cast<size_t>(n));
+      if (p == nullptr) throw std::bad_alloc();
+      mpArray.release();
+      mpArray.reset(static_cast<T*>(p));
+      if (n > mPhysicalLen)
+        std::memset(static_cast<void*>(mpArray.get() + mPhysicalLen), 0,
+                    sizeof(T) * static_cast<size_t>(n - mPhysicalLen));
+    }
+    mPhysicalLen = n;
+    mLogicalLen = std::min(mLogicalLen, n);
+    return *this;
+  }
   void grow() {
     const int threshold = ACARRAY_GROWTH_THRESHOLD / static_cast<int>(sizeof(T));
     const int growth = std::min(mLogicalLen, std::max(threshold, 1));
@@ -204,7 +238,7 @@ class AcArray {
     mLogicalLen = other.mLogicalLen;
   }
 
-  std::unique_ptr<T[]> mpArray;
+  Storage mpArray;
   int mPhysicalLen = 0;
   int mLogicalLen = 0;
   int mGrowLen = 8;

@@ -102,7 +102,9 @@ UINT_PTR SetTimer(HWND hwnd, UINT_PTR id, UINT elapseMs, TIMERPROC proc) {
     return id;
   }
   if (!hwnd) {
-    while (id == 0 || FindTimer(nullptr, id)) id = s.nextThreadTimer++;
+    do {
+      id = s.nextThreadTimer++;
+    } while (id == 0 || FindTimer(nullptr, id));
   } else if (id == 0) {
     return 0;
   }

@@ -104,7 +104,8 @@ bool MainFrameClosed();
 
 // A manual clock: GetTickCount gives tickMs, GetLocalTime gives 2024-01-01 (a Monday) at the
 // given hour:minute:second.000. AdvanceClock moves both (local time rolls over into the next
-// days; the tick count wraps at 2^32). Timers are not run by AdvanceClock: call PumpMessages.
+// days; the tick count wraps at 2^32; with the real clock it does nothing). Timers are not
+// run by AdvanceClock: call PumpMessages.
 void SetManualClock(uint32_t tickMs, int hour, int minute, int second);
 void AdvanceClock(uint32_t ms);
 void UseRealClock();

@@ -1,0 +1,242 @@
+#include "persist/RoadObjectBin.h"
+
+#include <climits>
+#include <string_view>
+
+#include "common/fileio.h"
+#include "common/format.h"
+#include "common/guid.h"
+#include "common/text.h"
+
+namespace KWCommonUtils {
+
+namespace {
+
+// The file name without folder, cut before its last "." (the whole name when there is none).
+std::wstring FileTitleOf(std::wstring_view path) {
+  std::wstring name = kw::FileNameOf(path);
+  const size_t dot = name.rfind(L'.');
+  if (dot != std::wstring::npos) name.erase(dot);
+  return name;
+}
+
+// A name becomes part of a file name; anything that could leave the folder is refused.
+bool IsPlainFileName(const std::wstring& name) {
+  return name != L"." && name != L".." && name.find_first_of(L"/\\") == std::wstring::npos &&
+         name.find(L'\0') == std::wstring::npos;
+}
+
+bool EndsWithNoCase(std::wstring_view text, std::wstring_view suffix) {
+  return text.size() >= suffix.size() &&
+         kw::EqualsNoCase(text.substr(text.size() - suffix.size()), suffix);
+}
+
+std::wstring ReadFilerString(CRDDwgFiler& filer) {
+  wchar_t* text = nullptr;
+  std::wstring result;
+  if (filer.readString(&text) == Acad::eOk && text != nullptr) result = text;
+  acutDelBuffer(text);
+  return result;
+}
+
+}  // namespace
+
+CRoadObjectBin::CRoadObjectBin() = default;
+
+CRoadObjectBin::CRoadObjectBin(const CRoadObjectBin& other)
+    : CRoadObject(other), m_strFileTitle(other.m_strFileTitle) {}
+
+CRoadObjectBin& CRoadObjectBin::operator=(const CRoadObjectBin& other) {
+  CRoadObject::operator=(other);
+  m_strFileTitle = other.m_strFileTitle;
+  return *this;
+}
+
+CRoadObjectBin::~CRoadObjectBin() = default;
+
+const CRoadObject& CRoadObjectBin::operator=(const CRoadObject& other) {
+  return CRoadObject::operator=(other);
+}
+
+bool CRoadObjectBin::Save(void*& data, int& size) const {
+  CRDDwgFiler filer;
+  if (!SaveFiler(filer)) return false;
+  const RDByteArray& bytes = filer.GetData();
+  auto* copy = new unsigned char[static_cast<size_t>(bytes.length())];
+  std::memcpy(copy, bytes.asArrayPtr(), static_cast<size_t>(bytes.length()));
+  data = copy;
+  size = bytes.length();
+  return true;
+}
+
+bool CRoadObjectBin::Load(void* data, int size, std::wstring& error) {
+  CRDDwgFiler filer;
+  if (!filer.SetData(data, size)) return false;
+  return LoadFiler(filer, error);
+}
+
+std::wstring CRoadObjectBin::FileTitle() const {
+  return m_strFileTitle;
+}
+
+bool CRoadObjectBin::SaveFiler(CRDDwgFiler& filer) const {
+  filer.writeString(m_strName.c_str());
+  filer.writeBytes(&m_id, sizeof(m_id));
+  filer.writeString(m_strDesc.c_str());
+  return true;
+}
+
+bool CRoadObjectBin::LoadFiler(CRDDwgFiler& filer, std::wstring&) {
+  m_strName = ReadFilerString(filer);
+  GUID id;
+  if (filer.readBytes(&id, sizeof(id)) == Acad::eOk) m_id = id;
+  m_strDesc = ReadFilerString(filer);
+  return true;
+}
+
+bool CRoadObjectBin::OnAfterLoad(std::wstring&) {
+  return true;
+}
+
+void CRoadObjectBin::SetFileTitle(const wchar_t* title) {
+  m_strFileTitle = kw::View(title);
+}
+
+CRoadObjectBinManager::CRoadObjectBinManager() = default;
+
+CRoadObjectBinManager::CRoadObjectBinManager(const CRoadObjectBinManager& other) = default;
+
+CRoadObjectBinManager& CRoadObjectBinManager::operator=(const CRoadObjectBinManager& other) {
+  CRoadObjectManager::operator=(other);
+  return *this;
+}
+
+CRoadObjectBinManager::~CRoadObjectBinManager() {
+  Reset();
+}
+
+CRoadObjectBin* CRoadObjectBinManager::BinItem(int index) const {
+  return dynamic_cast<CRoadObjectBin*>(Item(index));
+}
+
+bool CRoadObjectBinManager::LoadAll(std::vector<std::wstring>& errors) {
+  Reset();
+  const std::wstring folder = FilePath();
+  const std::wstring ext = FileExt();
+  std::vector<std::wstring> names;
+  kw::Fs().ListFiles(folder, &names);
+  bool allLoaded = true;
+  for (const std::wstring& name : names) {
+    if (!EndsWithNoCase(name, ext)) continue;
+    const std::wstring path = kw::JoinPath(folder, name);
+    std::wstring error;
+    CRoadObjectBin* object = Load(path.c_str(), error, true);
+    const bool ok = object != nullptr && object->OnAfterLoad(error);
+    if (!error.empty()) errors.push_back(error);
+    if (!ok) {
+      errors.push_back(kw::FormatW(L"文件\"%s\"读取失败!", path.c_str()));
+      allLoaded = false;
+    }
+  }
+  return allLoaded;
+}
+
+CRoadObjectBin* CRoadObjectBinManager::Load(const wchar_t* path, std::wstring& error,
+                                            bool bReplace) {
+  CRoadObjectBin* object = LoadRoadObject(path, error);
+  if (object == nullptr) return nullptr;
+  const int index = Find(object->ID());
+  if (index >= 0 && bReplace) {
+    delete Item(index);
+    SetAt(index, object);
+    return object;
+  }
+  if (index >= 0) object->CreateGUID();  // a copy of an object already in the list
+  Add(object);
+  return object;
+}
+
+bool CRoadObjectBinManager::SaveAll() {
+  bool allSaved = true;
+  for (int i = 0; i < Count(); ++i) allSaved = Save(i) && allSaved;
+  return allSaved;
+}
+
+void CRoadObjectBinManager::Remove(int index, bool bDelete, bool bDeleteFile) {
+  if (index < 0 || index >= Count()) return;
+  CRoadObject* object = Item(index);
+  const CRoadObjectBin* bin = dynamic_cast<const CRoadObjectBin*>(object);
+  if (bin != nullptr && bDeleteFile && !bin->FileTitle().empty()) {
+    kw::Fs().RemoveFile(FileFullPath(bin->FileTitle().c_str()));
+  }
+  RemoveRoadObject(m_arrItems, index, bDelete);
+}
+
+void CRoadObjectBinManager::Remove(const GUID& id, bool bDelete, bool bDeleteFile) {
+  Remove(Find(id), bDelete, bDeleteFile);
+}
+
+bool CRoadObjectBinManager::Save(const GUID& id) {
+  return Save(Find(id));
+}
+
+bool CRoadObjectBinManager::Save(int index) {
+  CRoadObjectBin* object = BinItem(index);
+  if (object == nullptr || !IsPlainFileName(object->Name())) return false;
+  kw::Fs().CreateDirectories(FilePath());
+  const std::wstring title =
+      kw::FormatW(L"%s%s", object->Name().c_str(), KWRDPub::GUIDToStr(object->ID()).c_str());
+  return SaveRoadObject(FileFullPath(title.c_str()).c_str(), object);
+}
+
+std::wstring CRoadObjectBinManager::FileFullPath(const wchar_t* fileTitle) const {
+  const std::wstring folder = FilePath();
+  kw::Fs().CreateDirectories(folder);
+  return kw::JoinPath(folder, std::wstring(kw::View(fileTitle)) + FileExt());
+}
+
+std::wstring CRoadObjectBinManager::FilePath() const {
+  return std::wstring();
+}
+
+std::wstring CRoadObjectBinManager::FileExt() const {
+  return std::wstring();
+}
+
+bool CRoadObjectBinManager::SaveRoadObject(const wchar_t* path, CRoadObjectBin* object) {
+  const std::wstring newTitle = FileTitleOf(kw::View(path));
+  void* data = nullptr;
+  int size = 0;
+  if (!SaveRoadObjectData(data, size, object)) return false;
+  const bool written = kw::Fs().WriteFileAtomic(
+      path, std::string_view(static_cast<const char*>(data), static_cast<size_t>(size)));
+  delete[] static_cast<unsigned char*>(data);
+  if (!written) return false;
+  // The old file goes only once the new one is safely in place.
+  const std::wstring oldTitle = object->FileTitle();
+  if (!oldTitle.empty() && !kw::EqualsNoCase(oldTitle, newTitle)) {
+    const std::wstring oldPath = FileFullPath(oldTitle.c_str());
+    if (kw::FileExists(oldPath)) kw::Fs().RemoveFile(oldPath);
+  }
+  object->SetFileTitle(newTitle.c_str());
+  return true;
+}
+
+CRoadObjectBin* CRoadObjectBinManager::LoadRoadObject(const wchar_t* path, std::wstring& error) {
+  const std::wstring title = FileTitleOf(kw::View(path));
+  std::string bytes;
+  if (!kw::Fs().ReadFile(std::wstring(kw::View(path)), &bytes, INT_MAX)) return nullptr;
+  CRoadObjectBin* object = LoadRoadObjectData(bytes.data(), static_cast<int>(bytes.size()), error);
+  if (object != nullptr) object->SetFileTitle(title.c_str());
+  return object;
+}
+
+bool CRoadObjectBinManager::SaveRoadObjectData(void*& data, int& size, CRoadObjectBin* object) {
+  return object->Save(data, size);
+}
+
+CRoadObjectBin* CRoadObjectBinManager::LoadRoadObjectData(void*, int, std::wstring&) {
+  return nullptr;
+}
+
+}  // namespace KWCommonUtils
