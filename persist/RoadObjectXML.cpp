@@ -189,14 +189,15 @@ bool CRoadObjectXMLManager::ExchangeXML(CXTPPropExchange* collection, const Name
 
 bool CRoadObjectXMLManager::SaveItems(CXTPPropExchange* collection, const NameList& names) {
   int n = names.empty() ? Count() : static_cast<int>(names.size());
-  std::unique_ptr<CXTPPropExchangeEnumerator> items = collection->GetEnumerator(ItemNode().c_str());
+  const std::wstring itemNode = ItemNode();
+  std::unique_ptr<CXTPPropExchangeEnumerator> items = collection->GetEnumerator(itemNode.c_str());
   POSITION pos = items->GetPosition(static_cast<uint32_t>(n), true);
   for (int i = 0; i < n; ++i) {
     CRoadObject* found = names.empty() ? Item(i) : Item(names[static_cast<size_t>(i)].c_str());
     auto* obj = dynamic_cast<CRoadObjectXML*>(found);
     if (obj == nullptr) continue;
     std::wstring selector =
-        kw::FormatW(L"%s[@guid=\"%s\"]", ItemNode().c_str(), KWRDPub::GUIDToStr(obj->ID()).c_str());
+        kw::FormatW(L"%s[@guid=\"%s\"]", itemNode.c_str(), KWRDPub::GUIDToStr(obj->ID()).c_str());
     std::unique_ptr<CXTPPropExchangeXMLNode> node = collection->FindSection(selector.c_str());
     if (node) {
       node->SetCompactMode(true);

@@ -144,7 +144,9 @@ bool CXTPPropExchangeXMLNode::ExchangeProp(const wchar_t* name, std::wstring& va
                                            const wchar_t* defaultValue) {
   std::string key = NameOf(name);
   if (IsStoring()) {
-    if (m_node == nullptr || !kw::xml::IsValidName(kw::View(name))) return false;
+    if (m_node == nullptr || key.empty() || xmlValidateName(BAD_CAST key.c_str(), 0) != 0) {
+      return false;
+    }
     if (m_bCompactMode) {
       m_doc->SetAttr(m_node, key, kw::xml::ToXml(kw::xml::CleanText(value)));
       return true;

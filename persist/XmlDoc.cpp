@@ -24,11 +24,16 @@ xmlParserInputPtr RefuseExternalEntity(const char*, const char*, xmlParserCtxtPt
   return nullptr;
 }
 
+// Failures are reported by results; libxml2's own messages (parse and encoder errors) would only
+// reach stderr.
+void Silent(void*, const char*, ...) {}
+
 void InitOnce() {
   static std::once_flag once;
   std::call_once(once, [] {
     xmlInitParser();
     xmlSetExternalEntityLoader(RefuseExternalEntity);
+    xmlSetGenericErrorFunc(nullptr, Silent);
   });
 }
 

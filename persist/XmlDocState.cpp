@@ -100,24 +100,25 @@ xmlNode* DocState::AppendChild(xmlNode* parent, const std::string& name) {
 }
 
 void DocState::SetAttr(xmlNode* element, const std::string& attr, const std::string& value) {
-  std::string old;
-  bool hadOld = AttrValue(element, attr, &old);
-  xmlSetProp(element, BAD_CAST attr.c_str(), BAD_CAST value.c_str());
   auto found = m_index.find(element->parent);
-  if (found == m_index.end()) return;
-  auto& byAttr = found->second.byAttr;
-  auto key = std::make_pair(std::string(reinterpret_cast<const char*>(element->name)), attr);
-  auto entry = byAttr.find(key);
-  if (entry == byAttr.end()) return;
-  AttrIndex& values = entry->second;
-  auto same = values.byValue.find(value);
+  AttrIndex* values = nullptr;
+  if (found != m_index.end()) {
+    for (auto& [key, index] : found->second.byAttr) {
+      if (key.second == attr && IsElementNamed(element, key.first)) values = &index;
+    }
+  }
+  std::string old;
+  bool hadOld = values != nullptr && AttrValue(element, attr, &old);
+  xmlSetProp(element, BAD_CAST attr.c_str(), BAD_CAST value.c_str());
+  if (values == nullptr) return;
+  auto same = values->byValue.find(value);
   // Which of two equal values comes first is unknown without a walk: rebuild on next use.
-  if (values.duplicates || (same != values.byValue.end() && same->second != element)) {
-    byAttr.erase(entry);
+  if (values->duplicates || (same != values->byValue.end() && same->second != element)) {
+    found->second.byAttr.erase({reinterpret_cast<const char*>(element->name), attr});
     return;
   }
-  if (hadOld) values.byValue.erase(old);
-  values.byValue[value] = element;
+  if (hadOld) values->byValue.erase(old);
+  values->byValue[value] = element;
 }
 
 bool DocState::RemoveAttr(xmlNode* element, const std::string& attr) {
