@@ -1,0 +1,98 @@
+// Arbitrary bytes as an XML file read by the profile, the road object store and the DOM
+// wrappers, and as text handed to the store and the DOM. None of them may crash, hang, or grow
+// without bound; nothing reaches the disk (the one-file file system refuses writes).
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "common/encoding.h"
+#include "fuzz/one_file_fs.h"
+#include "persist/KWXMLDOM.h"
+#include "persist/RoadObjectXML.h"
+#include "persist/XMLPrivateProfile.h"
+
+namespace {
+
+class CItem : public KWCommonUtils::CRoadObjectXML {
+ public:
+  void DoPropExchange(CXTPPropExchange* px) override {
+    CRoadObjectXML::DoPropExchange(px);
+    PX_Double(px, L"width", m_width);
+    PX_Int(px, L"lanes", m_lanes);
+  }
+  double m_width = 0;
+  int m_lanes = 0;
+};
+
+class CItems : public KWCommonUtils::CRoadObjectXMLManager {
+ public:
+  std::wstring FileName() const override { return L"items.xml"; }
+  std::wstring FolderPath() const override { return L"/nonexistent-kw-fuzz"; }
+  std::wstring CollectionNode() const override { return L"Items"; }
+  std::wstring ItemNode() const override { return L"Item"; }
+
+ protected:
+  KWCommonUtils::CRoadObjectXML* LoadRoadObject(CXTPPropExchange* node) override {
+    auto* item = new CItem;
+    item->DoPropExchange(node);
+    return item;
+  }
+};
+
+void Profile() {
+  CXMLPrivateProfile p(L"/in/config.xml", L"config");
+  int i = 0;
+  double d = 0;
+  std::wstring s;
+  AcGePoint3d pt;
+  unsigned char block[16];
+  std::vector<std::wstring> keys;
+  p.ReadValue(L"Road", L"a", i, 1);
+  p.ReadValue(L"Road\\b", L"@c", d, 2.0);
+  p.ReadValue(L"Road/b", L"p", pt);
+  p.ReadValue(L"Road", L"bin", block, sizeof(block));
+  p.ReadValue(L"x[@k='1']", L"s", s, nullptr);
+  p.GetAllKey(L"Road", keys);
+  p.GetAllKey(nullptr, keys);
+  p.WriteValue(L"Road", L"a", 5);
+  p.RemoveKey(L"Road", L"@c");
+  p.RemoveSection(L"Road/b");
+}
+
+void Store(const std::wstring& text) {
+  CItems items;
+  items.LoadXMLFile(L"/in/items.xml", {}, nullptr, false);
+  items.LoadXMLString(text.c_str(), {L"a", L"B"}, nullptr, true);
+  items.LoadXMLString(text.c_str(), {}, nullptr, false);
+  items.GetDefaultItem();
+  items.SaveXMLString({}, nullptr);
+  items.Remove(0, true, true);
+}
+
+void Dom(const std::wstring& text) {
+  IKWXMLDOMDocument doc;
+  doc.CreateDispatch();
+  if (!doc.load(L"/in/TextStyles.xml") && !doc.loadXML(text.c_str())) return;
+  IKWXMLDOMElement root = doc.GetDocumentElement();
+  for (IKWXMLDOMNode node : root.selectNodes(L"TextStyle")) {
+    IKWXMLDOMElement style(node);
+    style.getAttribute(L"Name");
+    style.selectSingleNode(L"TypeFace").GetText();
+    style.GetAttributes().GetLength();
+  }
+  root.GetXml();
+  doc.GetXml();
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  OneFileSystem fs(data, size);
+  kw::ScopedFileSystem scope(&fs);
+  std::wstring text = kw::FromUtf8(std::string_view(reinterpret_cast<const char*>(data), size));
+  Profile();
+  Store(text);
+  Dom(text);
+  return 0;
+}

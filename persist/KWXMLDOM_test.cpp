@@ -1,0 +1,133 @@
+#include "persist/KWXMLDOM.h"
+
+#include <gtest/gtest.h>
+#include <stdlib.h>
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+
+#include "common/encoding.h"
+#include "common/fileio.h"
+
+namespace {
+
+const wchar_t kTemplate[] =
+    L"<?xml version=\"1.0\" encoding=\"GB2312\"?>\n<TextStyles>\n</TextStyles>\n";
+
+class KWXMLDOMTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    char tmpl[] = "/tmp/kwdom_XXXXXX";
+    dir_ = mkdtemp(tmpl);
+    path_ = kw::WidePath(dir_ + "/TextStyles.xml");
+  }
+  void TearDown() override { std::filesystem::remove_all(dir_); }
+  std::string FileBytes() const {
+    std::ifstream in(kw::NativePath(path_), std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+  }
+
+  static void AppendChildNode(IKWXMLDOMDocument& doc, IKWXMLDOMNode parent, const wchar_t* name,
+                              const wchar_t* text) {
+    IKWXMLDOMElement child = doc.createElement(name);
+    child.SetText(text);
+    parent.appendChild(child);
+  }
+
+  std::string dir_;
+  std::wstring path_;
+};
+
+TEST_F(KWXMLDOMTest, Gb2312TextStylesRoundTrip) {
+  IKWXMLDOMDocument doc;
+  ASSERT_TRUE(doc.CreateDispatch());
+  ASSERT_TRUE(doc.loadXML(kTemplate));
+  IKWXMLDOMElement root = doc.GetDocumentElement();
+  ASSERT_EQ(root.GetTagName(), L"TextStyles");
+  IKWXMLDOMElement style = doc.createElement(L"TextStyle");
+  root.appendChild(style);
+  style.setAttribute(L"Name", L"KWStandard");
+  style.setAttribute(L"MapStyle", L"");
+  style.setAttribute(L"AutoRestore", L"1");
+  AppendChildNode(doc, style, L"TypeFace", L"楷体_GB2312");
+  AppendChildNode(doc, style, L"PriorSize", L"149.394309");
+  ASSERT_TRUE(doc.save(path_.c_str()));
+
+  const std::string expected =
+      "<?xml version=\"1.0\" encoding=\"GB2312\"?>\n<TextStyles>\n"
+      "  <TextStyle Name=\"KWStandard\" MapStyle=\"\" AutoRestore=\"1\">\n"
+      "    <TypeFace>" +
+      kw::ToGbk(L"楷体_GB2312") +
+      "</TypeFace>\n"
+      "    <PriorSize>149.394309</PriorSize>\n  </TextStyle>\n</TextStyles>\n";
+  EXPECT_EQ(FileBytes(), expected);
+
+  IKWXMLDOMDocument again;
+  ASSERT_TRUE(again.CreateDispatch(L"Msxml.DOMDocument"));
+  ASSERT_TRUE(again.load(path_.c_str()));
+  IKWXMLDOMNode found =
+      again.GetDocumentElement().selectSingleNode(L"TextStyle[@Name='KWStandard']");
+  ASSERT_FALSE(found.IsEmpty());
+  EXPECT_EQ(found.selectSingleNode(L"TypeFace").GetText(), L"楷体_GB2312");
+  IKWXMLDOMElement element(found);
+  EXPECT_EQ(element.getAttribute(L"AutoRestore"), L"1");
+  EXPECT_EQ(element.getAttribute(L"Missing"), std::nullopt);
+  IKWXMLDOMNamedNodeMap attrs = element.GetAttributes();
+  EXPECT_EQ(attrs.GetLength(), 3);
+  EXPECT_EQ(attrs.GetItem(1).GetNodeName(), L"MapStyle");
+  EXPECT_EQ(attrs.nextNode().GetNodeName(), L"Name");
+  // Saved again untouched: the same bytes.
+  ASSERT_TRUE(again.save(path_.c_str()));
+  EXPECT_EQ(FileBytes(), expected);
+}
+
+TEST_F(KWXMLDOMTest, TreeEditsKeepWrappersValid) {
+  IKWXMLDOMDocument doc;
+  ASSERT_TRUE(doc.CreateDispatch());
+  ASSERT_TRUE(doc.loadXML(L"<r><a>1</a><b>2</b></r>"));
+  IKWXMLDOMElement root = doc.GetDocumentElement();
+  IKWXMLDOMNode a = root.GetFirstChild();
+  IKWXMLDOMNode text = a.GetFirstChild();
+  EXPECT_EQ(text.GetNodeType(), KWNODE_TEXT);
+  EXPECT_EQ(text.GetNodeValue(), L"1");
+  EXPECT_FALSE(root.removeChild(a).IsEmpty());
+  EXPECT_EQ(a.GetText(), L"1");  // detached, still usable
+  IKWXMLDOMNode t2 = doc.createTextNode(L"x&y");
+  root.appendChild(t2);
+  root.appendChild(doc.createTextNode(L"z"));  // not merged: both wrappers stay valid
+  EXPECT_EQ(t2.GetNodeValue(), L"x&y");
+  EXPECT_TRUE(root.appendChild(root).IsEmpty());                  // a node cannot contain itself
+  EXPECT_TRUE(root.GetFirstChild().appendChild(root).IsEmpty());  // nor its ancestor
+  EXPECT_TRUE(doc.appendChild(doc.createElement(L"second")).IsEmpty());
+  IKWXMLDOMNode clone = root.cloneNode(1);
+  root.replaceChild(a, root.GetFirstChild());
+  EXPECT_EQ(root.GetXml(), L"<r><a>1</a>x&amp;yz</r>");
+  EXPECT_EQ(clone.GetXml(), L"<r><b>2</b>x&amp;yz</r>");
+  root.SetText(L"only");
+  EXPECT_EQ(a.GetText(), L"1");
+  EXPECT_EQ(doc.GetXml(), L"<?xml version=\"1.0\"?>\n<r>only</r>\n");
+  IKWXMLDOMDocument other;
+  other.CreateDispatch();
+  other.loadXML(L"<o/>");
+  EXPECT_TRUE(other.GetDocumentElement().appendChild(a).IsEmpty());  // another document's node
+  // Reloading keeps old wrappers alive.
+  ASSERT_TRUE(doc.loadXML(L"<n/>"));
+  EXPECT_EQ(root.GetXml(), L"<r>only</r>");
+  EXPECT_EQ(doc.GetDocumentElement().GetTagName(), L"n");
+}
+
+TEST_F(KWXMLDOMTest, HostileDocumentsDoNotLoad) {
+  IKWXMLDOMDocument doc;
+  ASSERT_TRUE(doc.CreateDispatch());
+  ASSERT_TRUE(doc.loadXML(L"<ok/>"));
+  doc.SetResolveExternals(1);
+  EXPECT_FALSE(doc.loadXML(L"<!DOCTYPE r [<!ENTITY x SYSTEM \"file:///etc/passwd\">]><r>&x;</r>"));
+  EXPECT_NE(doc.GetParseError(), 0);
+  EXPECT_FALSE(doc.load((kw::WidePath(dir_) + L"/none.xml").c_str()));
+  EXPECT_EQ(doc.GetDocumentElement().GetTagName(), L"ok");
+  EXPECT_FALSE(IKWXMLDOMDocument().loadXML(L"<r/>"));  // no object
+  EXPECT_FALSE(IKWXMLDOMDocument().CreateDispatch(L"Other.Class"));
+}
+
+}  // namespace
