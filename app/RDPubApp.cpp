@@ -9,6 +9,7 @@
 #include "msg/RDMsgManager.h"
 #include "msg/TraceLogo.h"
 #include "msg/internal/ModuleState.h"
+#include "persist/RDUserConfig.h"
 
 namespace {
 
@@ -46,6 +47,7 @@ AcRx::AppRetCode CRDPubApp::On_kUnloadAppMsg(void* pkt) {
   acedRemoveWatchWinMsg(&CRDPubApp::WatchMainWindow);
   KWRDPub::TraceLogo(L"<RDPubUnloaded />");
   KWRDPub::GetModuleState().hostEnding = 1;
+  RDUserConfig::Save();
   return result;
 }
 
@@ -110,8 +112,9 @@ void CRDPubApp::MsgWatchers() {
   CRDMsgManager::GetInstance()->TraceWatchers();
 }
 
-// The user-variable command; prints nothing until the user-variable table is part of the module.
-void CRDPubApp::RDVar() {}
+void CRDPubApp::RDVar() {
+  RDUserConfig::RDVar();
+}
 
 extern "C" AcRx::AppRetCode acrxEntryPoint(AcRx::AppMsgCode msg, void* pkt) {
   return CRDPubApp::GetInstance().Dispatch(msg, pkt);

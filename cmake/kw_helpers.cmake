@@ -1,10 +1,12 @@
 # Folder conventions shared by every subsystem:
 #   <dir>/*.cpp            sources of the target the folder belongs to
+#   <dir>/internal/*.cpp   private sources of the same target (their headers are not installed)
 #   <dir>/*_test.cpp       unit tests, built into one GoogleTest program "<dir>_test"
 # New files are picked up by re-running the configure step (CONFIGURE_DEPENDS).
 
 function(kw_folder_sources out dir)
-  file(GLOB all CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/${dir}/*.cpp)
+  file(GLOB all CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/${dir}/*.cpp
+       ${CMAKE_SOURCE_DIR}/${dir}/internal/*.cpp)
   list(FILTER all EXCLUDE REGEX "_test\\.cpp$")
   set(${out} ${all} PARENT_SCOPE)
 endfunction()

@@ -6,7 +6,7 @@
 #include <string_view>
 
 #include "common/text.h"
-#include "persist/XmlDocState.h"
+#include "persist/internal/XmlDocState.h"
 
 using kw::xml::DocState;
 

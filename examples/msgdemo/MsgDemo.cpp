@@ -6,11 +6,15 @@
 //      MSGDEMO, which asks for a type and a code and sends that message to the whole suite.
 //   2. Watchers answer with a number: 0 = not handled, the last non-zero answer is the result
 //      of the send, an answer with bit 31 set stops delivery to later watchers.
-//   3. At unload (kUnloadAppMsg) it removes its watchers and its command group: the library
+//   3. It registers the user variables it keeps per user, with their defaults, so that the
+//      RDVar command can list and edit them: "DemoCount" (integer), "DemoScale" (real) and
+//      "DemoLabel" (text). Their values persist in the per-user "SoftConfig.xml".
+//   4. At unload (kUnloadAppMsg) it removes its watchers and its command group: the library
 //      outlives the module, and must not call into unloaded code.
 #include "host/api/editor.h"
 #include "host/api/rx.h"
 #include "msg/RDMsgManager.h"
+#include "persist/RDUserConfig.h"
 
 namespace {
 
@@ -38,11 +42,20 @@ void MsgDemoCommand() {
   acutPrintf(L"\n结果: %lu", result);
 }
 
+void RegisterVariables() {
+  int count = 3;
+  double scale = 1.5;
+  RDUserConfig::RegisterVar(L"DemoCount", RDUserConfig::kIntVar, &count);
+  RDUserConfig::RegisterVar(L"DemoScale", RDUserConfig::kDoubleVar, &scale);
+  RDUserConfig::RegisterVar(L"DemoLabel", RDUserConfig::kStrVar, const_cast<wchar_t*>(L"道路"));
+}
+
 AcRx::AppRetCode Load(void* appId) {
   acrxDynamicLinker->unlockApplication(appId);
   acrxDynamicLinker->registerAppMDIAware(appId);
   acedRegCmds()->addCommand(L"MSGDEMO", L"MSGDEMO", L"MSGDEMO", 0, &MsgDemoCommand);
   CRDMsgManager::GetInstance()->Register(L"MsgDemo", &g_watch, false);
+  RegisterVariables();
   return AcRx::kRetOK;
 }
 

@@ -15,19 +15,26 @@
 #include "common/paths.h"
 
 // ---------------------------------------------------------------- module entry (app/)
-
+#include "app/AcRxArxApp.h"
 
 // ---------------------------------------------------------------- messaging (msg/)
+#include "msg/KWMsgTracker.h"
 #include "msg/MsgCallback.h"
-
+#include "msg/RDMsgManager.h"
+#include "msg/TraceLogo.h"
 
 // ---------------------------------------------------------------- binary persistence (persist/)
-
+#include "host/api/dbfiler.h"
+#include "persist/Model.h"
+#include "persist/RDDwgFiler.h"
+#include "persist/RoadObject.h"
+#include "persist/RoadObjectBin.h"
 
 // ---------------------------------------------------------------- XML persistence (persist/)
-
-
-// ---------------------------------------------------------------- styles and editor
-
+#include "persist/KWXMLDOM.h"
+#include "persist/RDUserConfig.h"
+#include "persist/RoadObjectXML.h"
+#include "persist/XMLPrivateProfile.h"
+#include "persist/XTPPropExchange.h"
 
 #endif  // KWRDPUB_KWRDPUB_H_

@@ -14,8 +14,8 @@
 //      byName[n] is P's first element child named n (when hasNames), and byAttr[(n, a)][v] is
 //      P's first child named n whose attribute a is v. Every change made through this class keeps
 //      that true or drops P's index; nothing else changes elements of the tree.
-#ifndef KW_PERSIST_XMLDOCSTATE_H_
-#define KW_PERSIST_XMLDOCSTATE_H_
+#ifndef KW_PERSIST_INTERNAL_XMLDOCSTATE_H_
+#define KW_PERSIST_INTERNAL_XMLDOCSTATE_H_
 
 #include <map>
 #include <string>
@@ -72,4 +72,4 @@ class DocState {
 
 }  // namespace kw::xml
 
-#endif  // KW_PERSIST_XMLDOCSTATE_H_
+#endif  // KW_PERSIST_INTERNAL_XMLDOCSTATE_H_

@@ -1,4 +1,4 @@
-#include "persist/XmlDocState.h"
+#include "persist/internal/XmlDocState.h"
 
 #include <libxml/tree.h>
 
