@@ -4,7 +4,7 @@
 # (e.g. msg_send filer); none runs them all.
 set -euo pipefail
 root="$(cd "$(dirname "$0")/.." && pwd)"
-bash "$root/scripts/deps.sh"
+bash "$root/scripts/deps.sh" bench
 build="$root/build-bench"
 cmake -S "$root" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Release -DKW_BUILD_TESTS=OFF \
   -DKW_BUILD_BENCH=ON >/dev/null

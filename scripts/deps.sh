@@ -1,15 +1,22 @@
 #!/usr/bin/env bash
-# Installs the Debian 12 packages the build and the tests need, when any is missing.
+# Installs the Debian 12 packages a task needs, when any is missing.
+#   scripts/deps.sh            building, running and testing
+#   scripts/deps.sh bench      ... and the benchmarks' baselines
+#   scripts/deps.sh fuzz       ... and clang with libFuzzer
 set -euo pipefail
 
 packages=(
   build-essential cmake ninja-build pkg-config
   libxml2-dev libedit-dev
-  googletest libgtest-dev libgmock-dev libbenchmark-dev
-  libboost-dev libcereal-dev
-  clang libclang-rt-14-dev
-  locales
+  googletest libgtest-dev libgmock-dev
 )
+for extra in "$@"; do
+  case "$extra" in
+    bench) packages+=(libbenchmark-dev libboost-dev libcereal-dev libxml2-dev) ;;
+    fuzz) packages+=(clang libclang-rt-14-dev) ;;
+    *) echo "deps.sh: unknown group '$extra'" >&2; exit 2 ;;
+  esac
+done
 
 missing=()
 for p in "${packages[@]}"; do

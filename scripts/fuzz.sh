@@ -3,7 +3,7 @@
 # (default 600) on a copy of its corpus. Usage: scripts/fuzz.sh [SECONDS] [TARGET...]
 set -euo pipefail
 root="$(cd "$(dirname "$0")/.." && pwd)"
-bash "$root/scripts/deps.sh"
+bash "$root/scripts/deps.sh" fuzz
 seconds="${1:-600}"
 shift || true
 build="$root/build-fuzz"
