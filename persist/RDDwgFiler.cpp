@@ -237,9 +237,17 @@ Acad::ErrorStatus CRDDwgFiler::readString(AcString& value) {
 }
 
 Acad::ErrorStatus CRDDwgFiler::writeString(const wchar_t* value) {
-  const std::wstring_view text = value != nullptr ? std::wstring_view(value) : std::wstring_view();
-  const bool plain = kw::IsPlainUtf16(text);
-  const size_t units = plain ? text.size() : kw::Utf16Length(text);
+  // One pass finds the length and whether every character is one plain UTF-16 unit (all of
+  // the common scripts); filer strings are short, so a plain loop beats two library calls.
+  size_t length = 0;
+  uint32_t outside = 0;
+  if (value != nullptr) {
+    for (; value[length] != L'\0'; ++length) {
+      outside |= static_cast<uint32_t>(value[length]) >= 0xD800u ? 1u : 0u;
+    }
+  }
+  const std::wstring_view text(value, length);
+  const size_t units = outside == 0 ? length : kw::Utf16Length(text);
   if (units > UINT32_MAX / 2) return Acad::eInvalidInput;
   const uint32_t count = static_cast<uint32_t>(units * 2);
   Acad::ErrorStatus es = Acad::eOk;
@@ -248,7 +256,7 @@ Acad::ErrorStatus CRDDwgFiler::writeString(const wchar_t* value) {
   std::memcpy(out, &count, 4);
   if (count == 0) return Acad::eOk;
   out[4] = 1;  // UTF-16LE
-  if (plain) {
+  if (outside == 0) {
     for (size_t i = 0; i < units; ++i) {
       const uint16_t unit = static_cast<uint16_t>(text[i]);
       std::memcpy(out + 5 + 2 * i, &unit, 2);
