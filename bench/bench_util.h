@@ -5,6 +5,7 @@
 #define KW_BENCH_BENCH_UTIL_H_
 
 #include <benchmark/benchmark.h>
+#include <unistd.h>
 
 #include <chrono>
 #include <cstdio>
@@ -26,6 +27,10 @@ inline double Seconds(Clock::time_point start) {
 // function name, without the "/iterations:5/manual_time" suffixes.
 class RatioReporter : public benchmark::ConsoleReporter {
  public:
+  // Counters as "name=value" after each row, as the stock main prints them; colour only on a
+  // terminal.
+  RatioReporter() : ConsoleReporter(isatty(STDOUT_FILENO) != 0 ? OO_Color : OO_None) {}
+
   // label = CPU time per iteration of `numerator` / that of `denominator`.
   RatioReporter& Times(std::string label, std::string numerator, std::string denominator,
                        std::string target) {

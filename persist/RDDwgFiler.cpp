@@ -43,7 +43,9 @@ size_t DecodeUtf16LE(const unsigned char* in, size_t bytes, wchar_t* out) {
 bool DecodePlainUtf16LE(const unsigned char* in, size_t units, wchar_t* out) {
   uint32_t outside = 0;  // accumulated without branches so that the loop vectorises
   for (size_t i = 0; i < units; ++i) {
-    const uint32_t u = in[2 * i] | (in[2 * i + 1] << 8);
+    uint16_t unit;  // the host is little-endian, as the data is
+    std::memcpy(&unit, in + 2 * i, 2);
+    const uint32_t u = unit;
     out[i] = static_cast<wchar_t>(u);
     outside |= u - 1u >= 0xD7FFu ? 1u : 0u;
   }
