@@ -8,22 +8,19 @@
 
 #include <cereal/archives/binary.hpp>
 #include <cereal/types/string.hpp>
-#include <chrono>
 #include <cstdlib>
 #include <cstring>
 #include <sstream>
 #include <string>
 #include <vector>
 
+#include "bench/bench_util.h"
 #include "persist/RDDwgFiler.h"
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
-
-double Seconds(Clock::time_point start) {
-  return std::chrono::duration<double>(Clock::now() - start).count();
-}
+using kwbench::Clock;
+using kwbench::Seconds;
 
 constexpr int kDoubles = 10'000'000;
 
@@ -189,4 +186,15 @@ BENCHMARK(write_double)->UseManualTime()->Unit(benchmark::kMillisecond)->Iterati
 BENCHMARK(read_double)->UseManualTime()->Unit(benchmark::kMillisecond)->Iterations(5);
 BENCHMARK(write_bytes)->UseManualTime()->Unit(benchmark::kMillisecond)->Iterations(10);
 BENCHMARK(mixed_record)->UseManualTime()->Unit(benchmark::kMillisecond)->Iterations(3);
-BENCHMARK_MAIN();
+
+int main(int argc, char** argv) {
+  kwbench::RatioReporter reporter;
+  reporter.Counter("writeDouble / vector append", "write_double", "ratio", "<= 1.5")
+      .Counter("readDouble / memcpy", "read_double", "ratio", "<= 1.5")
+      .Counter("writeBytes throughput / memcpy", "write_bytes", "throughput_vs_memcpy", ">= 0.5")
+      .Counter("mixed record write, cereal / filer", "mixed_record", "write_speedup_vs_cereal",
+               ">= 3")
+      .Counter("mixed record read, cereal / filer", "mixed_record", "read_speedup_vs_cereal",
+               ">= 3");
+  return kwbench::RunBenchmarks(argc, argv, reporter);
+}

@@ -3,16 +3,17 @@
 // Target: throughput at least half of memcpy's.
 #include <benchmark/benchmark.h>
 
-#include <chrono>
 #include <cstdlib>
 #include <cstring>
 
+#include "bench/bench_util.h"
 #include "persist/Model.h"
 #include "persist/RDDwgFiler.h"
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
+using kwbench::Clock;
+using kwbench::Seconds;
 
 void write_model(benchmark::State& state) {
   KWModel3DView::DataModel model;
@@ -37,7 +38,7 @@ void write_model(benchmark::State& state) {
       CModel::WriteModelData(&model, &filer);
       benchmark::DoNotOptimize(filer.GetData().asArrayPtr());
     }
-    const double t = std::chrono::duration<double>(Clock::now() - start).count();
+    const double t = Seconds(start);
     writeTime += t;
     start = Clock::now();
     {
@@ -47,7 +48,7 @@ void write_model(benchmark::State& state) {
       benchmark::DoNotOptimize(out);
       std::free(out);
     }
-    baseTime += std::chrono::duration<double>(Clock::now() - start).count();
+    baseTime += Seconds(start);
     state.SetIterationTime(t);
   }
   state.SetBytesProcessed(state.iterations() * (vbytes + tbytes));
@@ -57,4 +58,10 @@ void write_model(benchmark::State& state) {
 }  // namespace
 
 BENCHMARK(write_model)->UseManualTime()->Unit(benchmark::kMillisecond)->Iterations(10);
-BENCHMARK_MAIN();
+
+int main(int argc, char** argv) {
+  kwbench::RatioReporter reporter;
+  reporter.Counter("WriteModelData throughput / memcpy", "write_model", "throughput_vs_memcpy",
+                   ">= 0.5");
+  return kwbench::RunBenchmarks(argc, argv, reporter);
+}

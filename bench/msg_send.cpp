@@ -6,10 +6,10 @@
 
 #include <boost/signals2/signal.hpp>
 #include <functional>
-#include <map>
 #include <string>
 #include <vector>
 
+#include "bench/bench_util.h"
 #include "kwhost/embedded.h"
 #include "msg/RDMsgManager.h"
 #include "msg/internal/ModuleState.h"
@@ -67,32 +67,11 @@ BENCHMARK(BM_SendMessageW);
 BENCHMARK(BM_FunctionLoop);
 BENCHMARK(BM_Signals2);
 
-// Prints the ratios of the run next to the usual table.
-class RatioReporter : public benchmark::ConsoleReporter {
- public:
-  void ReportRuns(const std::vector<Run>& runs) override {
-    for (const Run& r : runs) times_[r.benchmark_name()] = r.GetAdjustedCPUTime();
-    ConsoleReporter::ReportRuns(runs);
-  }
-  void Finalize() override {
-    ConsoleReporter::Finalize();
-    double send = times_["BM_SendMessageW"], loop = times_["BM_FunctionLoop"],
-           sig = times_["BM_Signals2"];
-    if (send > 0 && loop > 0 && sig > 0) {
-      printf("SendMessageW / std::function loop = %.2f (target <= 3)\n", send / loop);
-      printf("Signals2 / SendMessageW = %.2f (target >= 2)\n", sig / send);
-    }
-  }
-
- private:
-  std::map<std::string, double> times_;
-};
-
 }  // namespace
 
 int main(int argc, char** argv) {
-  benchmark::Initialize(&argc, argv);
-  RatioReporter reporter;
-  benchmark::RunSpecifiedBenchmarks(&reporter);
-  return 0;
+  kwbench::RatioReporter reporter;
+  reporter.Times("SendMessageW / std::function loop", "BM_SendMessageW", "BM_FunctionLoop", "<= 3")
+      .Times("Signals2 / SendMessageW", "BM_Signals2", "BM_SendMessageW", ">= 2");
+  return kwbench::RunBenchmarks(argc, argv, reporter);
 }

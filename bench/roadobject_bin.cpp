@@ -7,18 +7,19 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <chrono>
 #include <cstdlib>
 #include <filesystem>
 #include <string>
 #include <vector>
 
+#include "bench/bench_util.h"
 #include "common/fileio.h"
 #include "persist/RoadObjectBin.h"
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
+using kwbench::Clock;
+using kwbench::Seconds;
 constexpr int kFiles = 10'000;
 
 class CBenchObject : public KWCommonUtils::CRoadObjectBin {};
@@ -83,11 +84,11 @@ void load_all(benchmark::State& state) {
     auto start = Clock::now();
     std::vector<std::wstring> errors;
     if (!manager.LoadAll(errors) || manager.Count() != kFiles) std::abort();
-    const double t = std::chrono::duration<double>(Clock::now() - start).count();
+    const double t = Seconds(start);
     loadTime += t;
     start = Clock::now();
     benchmark::DoNotOptimize(PosixReadAll(folder));
-    baseTime += std::chrono::duration<double>(Clock::now() - start).count();
+    baseTime += Seconds(start);
     state.SetIterationTime(t);
   }
   state.counters["ratio"] = loadTime / baseTime;
@@ -97,4 +98,9 @@ void load_all(benchmark::State& state) {
 }  // namespace
 
 BENCHMARK(load_all)->UseManualTime()->Unit(benchmark::kMillisecond)->Iterations(5);
-BENCHMARK_MAIN();
+
+int main(int argc, char** argv) {
+  kwbench::RatioReporter reporter;
+  reporter.Counter("LoadAll / POSIX reads", "load_all", "ratio", "<= 1.5");
+  return kwbench::RunBenchmarks(argc, argv, reporter);
+}

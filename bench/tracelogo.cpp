@@ -6,9 +6,9 @@
 #include <cstdarg>
 #include <cstring>
 #include <cwchar>
-#include <map>
 #include <string>
 
+#include "bench/bench_util.h"
 #include "msg/TraceLogo.h"
 
 namespace {
@@ -41,28 +41,12 @@ void BM_VswprintfMemcpy(benchmark::State& state) {
 BENCHMARK(BM_TraceLogo);
 BENCHMARK(BM_VswprintfMemcpy);
 
-class RatioReporter : public benchmark::ConsoleReporter {
- public:
-  void ReportRuns(const std::vector<Run>& runs) override {
-    for (const Run& r : runs) times_[r.benchmark_name()] = r.GetAdjustedCPUTime();
-    ConsoleReporter::ReportRuns(runs);
-  }
-  void Finalize() override {
-    ConsoleReporter::Finalize();
-    double t = times_["BM_TraceLogo"], b = times_["BM_VswprintfMemcpy"];
-    if (t > 0 && b > 0) printf("TraceLogo / vswprintf+memcpy = %.2f (target <= 1.3)\n", t / b);
-  }
-
- private:
-  std::map<std::string, double> times_;
-};
-
 }  // namespace
 
 int main(int argc, char** argv) {
-  benchmark::Initialize(&argc, argv);
-  RatioReporter reporter;
-  benchmark::RunSpecifiedBenchmarks(&reporter);
+  kwbench::RatioReporter reporter;
+  reporter.Times("TraceLogo / vswprintf+memcpy", "BM_TraceLogo", "BM_VswprintfMemcpy", "<= 1.3");
+  const int result = kwbench::RunBenchmarks(argc, argv, reporter);
   KWRDPub::CTraceLogo::Destroy();
-  return 0;
+  return result;
 }

@@ -5,22 +5,19 @@
 #include <benchmark/benchmark.h>
 #include <stdlib.h>
 
-#include <chrono>
 #include <filesystem>
 #include <string>
 #include <unordered_map>
 #include <vector>
 
+#include "bench/bench_util.h"
 #include "persist/RDUserConfig.h"
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
+using kwbench::Clock;
+using kwbench::Seconds;
 constexpr int kVars = 10'000;
-
-double Seconds(Clock::time_point start) {
-  return std::chrono::duration<double>(Clock::now() - start).count();
-}
 
 void get_int_10k(benchmark::State& state) {
   char tmpl[] = "/tmp/kwbench_vars_XXXXXX";
@@ -61,4 +58,9 @@ void get_int_10k(benchmark::State& state) {
 }  // namespace
 
 BENCHMARK(get_int_10k)->UseManualTime()->Unit(benchmark::kMicrosecond)->MinTime(1.0);
-BENCHMARK_MAIN();
+
+int main(int argc, char** argv) {
+  kwbench::RatioReporter reporter;
+  reporter.Counter("GetIntVar / unordered_map", "get_int_10k", "ratio", "<= 3");
+  return kwbench::RunBenchmarks(argc, argv, reporter);
+}

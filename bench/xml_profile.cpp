@@ -8,23 +8,20 @@
 #include <libxml/tree.h>
 #include <stdlib.h>
 
-#include <chrono>
 #include <filesystem>
 #include <string>
 #include <vector>
 
+#include "bench/bench_util.h"
 #include "common/encoding.h"
 #include "common/fileio.h"
 #include "persist/XMLPrivateProfile.h"
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
+using kwbench::Clock;
+using kwbench::Seconds;
 constexpr int kKeys = 10'000;
-
-double Seconds(Clock::time_point start) {
-  return std::chrono::duration<double>(Clock::now() - start).count();
-}
 
 std::string TempDir() {
   char tmpl[] = "/tmp/kwbench_profile_XXXXXX";
@@ -53,8 +50,7 @@ long PlainRun(const std::wstring& path, const std::vector<std::string>& keys) {
   xmlDocSetRootElement(doc, root);
   xmlNodePtr road = xmlNewChild(root, nullptr, BAD_CAST "Road", nullptr);
   for (int i = 0; i < kKeys; ++i) {
-    xmlNewTextChild(road, nullptr, BAD_CAST keys[i].c_str(),
-                    BAD_CAST std::to_string(i).c_str());
+    xmlNewTextChild(road, nullptr, BAD_CAST keys[i].c_str(), BAD_CAST std::to_string(i).c_str());
   }
   xmlChar* mem = nullptr;
   int size = 0;
@@ -106,4 +102,9 @@ void write_read_10k(benchmark::State& state) {
 }  // namespace
 
 BENCHMARK(write_read_10k)->UseManualTime()->Unit(benchmark::kMillisecond)->MinTime(2.0);
-BENCHMARK_MAIN();
+
+int main(int argc, char** argv) {
+  kwbench::RatioReporter reporter;
+  reporter.Counter("XML profile / libxml2", "write_read_10k", "ratio", "<= 2");
+  return kwbench::RunBenchmarks(argc, argv, reporter);
+}

@@ -7,20 +7,17 @@
 #include <libxml/parser.h>
 #include <libxml/tree.h>
 
-#include <chrono>
 #include <string>
 
+#include "bench/bench_util.h"
 #include "common/encoding.h"
 #include "persist/RoadObjectXML.h"
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
+using kwbench::Clock;
+using kwbench::Seconds;
 constexpr int kObjects = 10'000;
-
-double Seconds(Clock::time_point start) {
-  return std::chrono::duration<double>(Clock::now() - start).count();
-}
 
 class CItem : public KWCommonUtils::CRoadObjectXML {
  public:
@@ -142,4 +139,10 @@ void load_10k(benchmark::State& state) {
 
 BENCHMARK(save_10k)->UseManualTime()->Unit(benchmark::kMillisecond)->MinTime(2.0);
 BENCHMARK(load_10k)->UseManualTime()->Unit(benchmark::kMillisecond)->MinTime(2.0);
-BENCHMARK_MAIN();
+
+int main(int argc, char** argv) {
+  kwbench::RatioReporter reporter;
+  reporter.Counter("SaveXMLString / libxml2", "save_10k", "ratio", "<= 2")
+      .Counter("LoadXMLString / libxml2", "load_10k", "ratio", "<= 2");
+  return kwbench::RunBenchmarks(argc, argv, reporter);
+}

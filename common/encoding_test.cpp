@@ -62,6 +62,8 @@ TEST(EncodingTest, GbkFailuresAreReplacedNotFatal) {
 TEST(EncodingTest, Utf8RejectsOverlongAndSurrogateForms) {
   EXPECT_EQ(ToUtf8(L"道\U0001F600"), "\xE9\x81\x93\xF0\x9F\x98\x80");
   EXPECT_EQ(FromUtf8("\xE9\x81\x93\xF0\x9F\x98\x80"), L"道\U0001F600");
+  EXPECT_EQ(ToUtf8(L"roads/道.rob"), "roads/\xE9\x81\x93.rob");  // ASCII run, then the rest
+  EXPECT_EQ(FromUtf8("roads/\xE9\x81\x93.rob"), L"roads/道.rob");
   EXPECT_EQ(FromUtf8("\xC0\xAF"), L"\xFFFD\xFFFD");            // overlong "/"
   EXPECT_EQ(FromUtf8("\xED\xA0\x80"), L"\xFFFD\xFFFD\xFFFD");  // encoded surrogate
   EXPECT_EQ(FromUtf8("ab\xE9\x81"), L"ab\xFFFD\xFFFD");        // truncated at the end

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
+#include <new>
 
 #include "common/encoding.h"
 
@@ -47,21 +48,36 @@ bool WriteAll(int fd, const char* data, size_t size) {
   return true;
 }
 
+// Reads straight into the result: the size from fstat is the first guess, and the loop goes on
+// until read reports the end (the file may have grown, or report no size at all).
 bool ReadAll(int fd, std::string* bytes, uint64_t max_bytes) {
   struct stat st;
   if (::fstat(fd, &st) != 0 || !S_ISREG(st.st_mode)) return false;
   if (static_cast<uint64_t>(st.st_size) > max_bytes) return false;
+  size_t length = 0;
+  size_t room = static_cast<size_t>(st.st_size) + 1;  // + 1: the end shows without a resize
   bytes->clear();
-  bytes->reserve(static_cast<size_t>(st.st_size));
-  char chunk[65536];
   for (;;) {
-    const ssize_t n = ::read(fd, chunk, sizeof chunk);
+    if (max_bytes - length < room - 1) room = static_cast<size_t>(max_bytes - length + 1);
+    try {
+      bytes->resize(length + room);
+    } catch (const std::bad_alloc&) {
+      break;
+    }
+    const ssize_t n = ::read(fd, bytes->data() + length, room);
     if (n < 0 && errno == EINTR) continue;
-    if (n < 0) return false;
-    if (n == 0) return true;
-    if (bytes->size() + static_cast<uint64_t>(n) > max_bytes) return false;  // grew meanwhile
-    bytes->append(chunk, static_cast<size_t>(n));
+    if (n < 0) break;
+    length += static_cast<size_t>(n);
+    if (length > max_bytes) break;  // grew meanwhile
+    if (n == 0) {
+      bytes->resize(length);
+      return true;
+    }
+    room -= static_cast<size_t>(n);
+    if (room == 0) room = std::max<size_t>(length, 65536);
   }
+  bytes->clear();
+  return false;
 }
 
 // Flushes a folder so that a rename inside it survives a crash.
@@ -141,21 +157,31 @@ class PosixFileSystem : public FileSystem {
     return ::unlink(NativePath(path).c_str()) == 0;
   }
 
+  // The entry type from the directory spares a stat per file; only links and file systems
+  // that do not report the type are asked. Names sort as UTF-8 bytes, which is code point order.
   bool ListFiles(const std::wstring& dir, std::vector<std::wstring>* names) override {
     names->clear();
     const std::string native = NativePath(dir);
     DIR* d = ::opendir(native.c_str());
     if (!d) return false;
+    std::vector<std::string> found;
     while (const dirent* e = ::readdir(d)) {
-      const std::string name = e->d_name;
-      struct stat st;
-      if (::stat((native + "/" + name).c_str(), &st) == 0 && S_ISREG(st.st_mode)) {
-        names->push_back(WidePath(name));
+      if (e->d_type == DT_REG || ((e->d_type == DT_UNKNOWN || e->d_type == DT_LNK) &&
+                                  IsRegularAt(native + "/" + e->d_name))) {
+        found.emplace_back(e->d_name);
       }
     }
     ::closedir(d);
-    std::sort(names->begin(), names->end());
+    std::sort(found.begin(), found.end());
+    names->reserve(found.size());
+    for (const std::string& name : found) names->push_back(WidePath(name));
     return true;
+  }
+
+ private:
+  static bool IsRegularAt(const std::string& native) {
+    struct stat st;
+    return ::stat(native.c_str(), &st) == 0 && S_ISREG(st.st_mode);
   }
 };
 
@@ -206,9 +232,9 @@ bool FaultyFileSystem::RemoveFile(const std::wstring& path) {
 }
 
 std::string NativePath(const std::wstring& path) {
-  std::wstring slashed(path);
-  std::replace(slashed.begin(), slashed.end(), L'\\', L'/');
-  return ToUtf8(slashed);
+  std::string native = ToUtf8(path);
+  std::replace(native.begin(), native.end(), '\\', '/');  // a backslash is never part of a
+  return native;                                          // multi-byte UTF-8 sequence
 }
 
 std::wstring WidePath(const std::string& native) {
@@ -226,8 +252,9 @@ std::wstring JoinPath(std::wstring_view dir, std::wstring_view name) {
 }
 
 std::wstring FileNameOf(std::wstring_view path) {
-  const size_t at = path.find_last_of(L"/\\");
-  return std::wstring(at == std::wstring_view::npos ? path : path.substr(at + 1));
+  size_t start = path.size();
+  while (start > 0 && !IsSeparator(path[start - 1])) --start;
+  return std::wstring(path.substr(start));
 }
 
 std::wstring ParentOf(std::wstring_view path) {

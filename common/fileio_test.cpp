@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 #include <stdlib.h>
+#include <unistd.h>
 
 #include <filesystem>
 
@@ -66,6 +67,33 @@ TEST_F(FileIoTest, ReadsRefuseFilesOverTheLimitAndMissingFiles) {
   EXPECT_TRUE(Fs().ReadFile(At(L"ten"), &back, 10));
   EXPECT_FALSE(Fs().ReadFile(At(L"none"), &back));
   EXPECT_FALSE(Fs().ReadFile(dir_, &back));  // a folder is not a file
+}
+
+TEST_F(FileIoTest, ReadsWholeFilesWhateverSizeTheyReport) {
+  const std::string big(200000, 'k');  // several read calls
+  ASSERT_TRUE(Fs().WriteFileAtomic(At(L"big"), big));
+  std::string back = "stale";
+  ASSERT_TRUE(Fs().ReadFile(At(L"big"), &back));
+  EXPECT_EQ(back, big);
+  ASSERT_TRUE(Fs().WriteFileAtomic(At(L"empty"), ""));
+  ASSERT_TRUE(Fs().ReadFile(At(L"empty"), &back));
+  EXPECT_EQ(back, "");
+  // Kernel files report a size of 0 and still have content.
+  ASSERT_TRUE(Fs().ReadFile(L"/proc/self/status", &back));
+  EXPECT_NE(back.find("Name:"), std::string::npos);
+  EXPECT_FALSE(Fs().ReadFile(L"/proc/self/status", &back, 4));
+}
+
+TEST_F(FileIoTest, ListingHoldsRegularFilesAndLinksToThemSortedByName) {
+  for (const wchar_t* name : {L"b.rob", L"道.rob", L"a.rob", L"B.rob"}) {
+    ASSERT_TRUE(Fs().WriteFileAtomic(At(name), "x"));
+  }
+  ASSERT_TRUE(Fs().CreateDirectories(At(L"folder.rob")));
+  ASSERT_EQ(::symlink("a.rob", NativePath(At(L"link.rob")).c_str()), 0);
+  ASSERT_EQ(::symlink("folder.rob", NativePath(At(L"dirlink")).c_str()), 0);
+  ASSERT_EQ(::symlink("missing", NativePath(At(L"dangling")).c_str()), 0);
+  EXPECT_EQ(Listing(),
+            (std::vector<std::wstring>{L"B.rob", L"a.rob", L"b.rob", L"link.rob", L"道.rob"}));
 }
 
 TEST_F(FileIoTest, FoldersAreCreatedWithParentsAndBackslashesAreSeparators) {

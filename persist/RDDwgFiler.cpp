@@ -37,6 +37,21 @@ size_t DecodeUtf16LE(const unsigned char* in, size_t bytes, wchar_t* out) {
   return n;
 }
 
+// Decodes `units` UTF-16LE units that are all in U+0001..U+D7FF (the common case: one
+// character per unit, no pair, no terminator) into out. Returns false, with out partly
+// written, when a unit is outside that range; the caller then takes DecodeUtf16LE.
+bool DecodePlainUtf16LE(const unsigned char* in, size_t units, wchar_t* out) {
+  uint32_t outside = 0;  // accumulated without branches so that the loop vectorises
+  for (size_t i = 0; i < units; ++i) {
+    uint16_t unit;  // the host is little-endian, as the data is
+    std::memcpy(&unit, in + 2 * i, 2);
+    const uint32_t u = unit;
+    out[i] = static_cast<wchar_t>(u);
+    outside |= u - 1u >= 0xD7FFu ? 1u : 0u;
+  }
+  return outside == 0;
+}
+
 // Narrow text in the system code page, cut at its first zero byte as a C string would be.
 std::wstring DecodeAnsi(const unsigned char* in, size_t bytes) {
   std::string_view text(reinterpret_cast<const char*>(in), bytes);
@@ -185,8 +200,11 @@ Acad::ErrorStatus CRDDwgFiler::readString(wchar_t** value) {
   bool wide = false;
   if (Acad::ErrorStatus es = ReadStringHeader(&bytes, &count, &wide); es != Acad::eOk) return es;
   if (count > 0 && wide) {
-    acutNewBuffer(*value, count / 2 + 1);
-    if (*value != nullptr) DecodeUtf16LE(bytes, count, *value);
+    const size_t units = count / 2;
+    acutNewBuffer(*value, units + 1);
+    if (*value != nullptr && !DecodePlainUtf16LE(bytes, units, *value)) {
+      DecodeUtf16LE(bytes, count, *value);
+    }
   } else {
     const std::wstring text = DecodeAnsi(bytes, count);
     acutNewBuffer(*value, text.size() + 1);
@@ -205,34 +223,45 @@ Acad::ErrorStatus CRDDwgFiler::readString(AcString& value) {
   uint32_t count = 0;
   bool wide = false;
   if (Acad::ErrorStatus es = ReadStringHeader(&bytes, &count, &wide); es != Acad::eOk) return es;
-  if (count > 0 && wide) {
-    text.resize(count / 2 + 1);
+  m_position += count;
+  if (count == 0) return Acad::eOk;
+  if (wide) {
+    const size_t units = count / 2;
+    text.resize(units);
+    if (DecodePlainUtf16LE(bytes, units, text.data())) return Acad::eOk;
+    text.resize(units + 1);
     text.resize(DecodeUtf16LE(bytes, count, text.data()));
   } else {
     text = DecodeAnsi(bytes, count);
   }
   text.resize(std::wcslen(text.c_str()));
-  m_position += count;
   return Acad::eOk;
 }
 
 Acad::ErrorStatus CRDDwgFiler::writeString(const wchar_t* value) {
-  const std::wstring_view text = value != nullptr ? std::wstring_view(value) : std::wstring_view();
-  // Text below the surrogate range (all of the common scripts) is one unit per character.
-  const bool simple = std::all_of(text.begin(), text.end(), [](wchar_t c) { return c < 0xD800; });
-  const size_t units = simple ? text.size() : kw::Utf16Length(text);
+  // One pass finds the length and whether every character is one plain UTF-16 unit (all of
+  // the common scripts); filer strings are short, so a plain loop beats two library calls.
+  size_t length = 0;
+  uint32_t outside = 0;
+  if (value != nullptr) {
+    for (; value[length] != L'\0'; ++length) {
+      outside |= static_cast<uint32_t>(value[length]) >= 0xD800u ? 1u : 0u;
+    }
+  }
+  const std::wstring_view text(value, length);
+  const size_t units = outside == 0 ? length : kw::Utf16Length(text);
   if (units > UINT32_MAX / 2) return Acad::eInvalidInput;
   const uint32_t count = static_cast<uint32_t>(units * 2);
   Acad::ErrorStatus es = Acad::eOk;
-  unsigned char* out = Reserve(count > 0 ? 5 + uint64_t{count} : 4, &es);
+  unsigned char* out = Room(count > 0 ? 5 + uint64_t{count} : 4, &es);
   if (out == nullptr) return es;
   std::memcpy(out, &count, 4);
   if (count == 0) return Acad::eOk;
   out[4] = 1;  // UTF-16LE
-  if (simple) {
+  if (outside == 0) {
     for (size_t i = 0; i < units; ++i) {
-      out[5 + 2 * i] = static_cast<unsigned char>(text[i] & 0xFF);
-      out[6 + 2 * i] = static_cast<unsigned char>((text[i] >> 8) & 0xFF);
+      const uint16_t unit = static_cast<uint16_t>(text[i]);
+      std::memcpy(out + 5 + 2 * i, &unit, 2);
     }
   } else {
     const std::string bytes = kw::ToUtf16LEBytes(text);
@@ -287,6 +316,12 @@ Acad::ErrorStatus CRDDwgFiler::writeBool(bool value) {
 }
 
 Acad::ErrorStatus CRDDwgFiler::ReadDoubles(double* const* components, int n) {
+  if (m_status == Acad::eOk && Remaining() >= 8 * n) {
+    const unsigned char* in = m_data.asArrayPtr() + m_position;
+    for (int i = 0; i < n; ++i) std::memcpy(components[i], in + 8 * i, 8);
+    m_position += 8 * n;
+    return Acad::eOk;
+  }
   for (int i = 0; i < n; ++i) {
     if (Acad::ErrorStatus es = ReadFixed(components[i], 8); es != Acad::eOk) return es;
   }
@@ -295,7 +330,7 @@ Acad::ErrorStatus CRDDwgFiler::ReadDoubles(double* const* components, int n) {
 
 Acad::ErrorStatus CRDDwgFiler::WriteDoubles(const double* values, int n) {
   Acad::ErrorStatus es = Acad::eOk;
-  unsigned char* out = Reserve(8 * static_cast<uint64_t>(n), &es);
+  unsigned char* out = Room(8 * static_cast<uint64_t>(n), &es);
   if (out != nullptr) std::memcpy(out, values, 8 * static_cast<size_t>(n));
   return es;
 }
@@ -413,7 +448,7 @@ unsigned char* CRDDwgFiler::Reserve(uint64_t n, Acad::ErrorStatus* es) {
 
 Acad::ErrorStatus CRDDwgFiler::WriteBlock(const void* in, uint64_t n) {
   Acad::ErrorStatus es = Acad::eOk;
-  unsigned char* out = Reserve(n, &es);
+  unsigned char* out = Room(n, &es);
   if (out != nullptr && n > 0) std::memcpy(out, in, n);
   return es;
 }

@@ -153,14 +153,30 @@ class CRDDwgFiler : public AcDbDwgFiler {
     m_position += n;
     return Acad::eOk;
   }
-  // Appending within the capacity is the common case and stays inline; the rest (overwrite,
-  // growth, refusals) is WriteBlock.
-  Acad::ErrorStatus WriteFixed(const void* in, int64_t n) {
+  // Appending within the capacity under status 0 is the common case and stays inline: room for
+  // n more bytes at the end (the position moves past them), or null when the write needs
+  // Reserve's full path (overwrite, growth, refusals).
+  unsigned char* AppendInPlace(int64_t n) {
     const int length = m_data.length();
-    if (m_status == Acad::eOk && m_position == length && length + n <= m_data.physicalLength()) {
-      m_data.setLogicalLength(length + static_cast<int>(n));
-      std::memcpy(m_data.asArrayPtr() + length, in, static_cast<size_t>(n));
-      m_position += n;
+    if (m_status != Acad::eOk || m_position != length || n > m_data.physicalLength() - length) {
+      return nullptr;
+    }
+    m_data.setLogicalLength(length + static_cast<int>(n));
+    m_position += n;
+    return m_data.asArrayPtr() + length;
+  }
+  unsigned char* Room(uint64_t n, Acad::ErrorStatus* es) {
+    if (n <= 0x7FFFFFFF) {
+      if (unsigned char* out = AppendInPlace(static_cast<int64_t>(n))) {
+        *es = Acad::eOk;
+        return out;
+      }
+    }
+    return Reserve(n, es);
+  }
+  Acad::ErrorStatus WriteFixed(const void* in, int64_t n) {
+    if (unsigned char* out = AppendInPlace(n)) {
+      std::memcpy(out, in, static_cast<size_t>(n));
       return Acad::eOk;
     }
     return WriteBlock(in, static_cast<uint64_t>(n));

@@ -3,6 +3,7 @@
 #include <climits>
 #include <map>
 #include <string_view>
+#include <utility>
 
 #include "common/fileio.h"
 #include "common/format.h"
@@ -32,12 +33,11 @@ bool EndsWithNoCase(std::wstring_view text, std::wstring_view suffix) {
          kw::EqualsNoCase(text.substr(text.size() - suffix.size()), suffix);
 }
 
+// Empty when the string cannot be read.
 std::wstring ReadFilerString(CRDDwgFiler& filer) {
-  wchar_t* text = nullptr;
-  std::wstring result;
-  if (filer.readString(&text) == Acad::eOk && text != nullptr) result = text;
-  acutDelBuffer(text);
-  return result;
+  AcString text;
+  filer.readString(text);
+  return std::move(text.str());
 }
 
 }  // namespace
