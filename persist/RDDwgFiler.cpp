@@ -437,7 +437,8 @@ unsigned char* CRDDwgFiler::Reserve(uint64_t n, Acad::ErrorStatus* es) {
       *es = Acad::eOutOfMemory;
       return nullptr;
     }
-    m_data.setLogicalLength(static_cast<int>(end));
+    // Every new byte is written by the caller at once: no need to clear them first.
+    m_data.extendUninitialized(static_cast<int>(end - m_data.length()));
   }
   unsigned char* out = m_data.asArrayPtr() + m_position;
   m_position = end;

@@ -161,9 +161,8 @@ class CRDDwgFiler : public AcDbDwgFiler {
     if (m_status != Acad::eOk || m_position != length || n > m_data.physicalLength() - length) {
       return nullptr;
     }
-    m_data.setLogicalLength(length + static_cast<int>(n));
     m_position += n;
-    return m_data.asArrayPtr() + length;
+    return m_data.extendUninitialized(static_cast<int>(n));
   }
   unsigned char* Room(uint64_t n, Acad::ErrorStatus* es) {
     if (n <= 0x7FFFFFFF) {

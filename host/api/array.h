@@ -147,13 +147,29 @@ class AcArray {
   int growLength() const { return mGrowLen; }
   bool isEmpty() const { return mLogicalLen == 0; }
 
-  // Grows the storage when needed; new elements are value-initialised.
+  // Grows the storage when needed; new elements are value-initialised. Elements past the
+  // logical length are never read, so growing the capacity leaves them as they come.
   AcArray& setLogicalLength(int n) {
     n = std::max(n, 0);
     if (n > mPhysicalLen) setPhysicalLength(n);
-    for (int i = n; i < mLogicalLen; ++i) mpArray[i] = T();
+    if (n > mLogicalLen) {
+      std::fill(mpArray.get() + mLogicalLen, mpArray.get() + n, T());
+    } else if constexpr (!kReallocates) {
+      for (int i = n; i < mLogicalLen; ++i) mpArray[i] = T();  // release what they hold now
+    }
     mLogicalLen = n;
     return *this;
+  }
+  // Not in the platform's array: raises the logical length by n within the current capacity
+  // WITHOUT initialising the new elements, and returns the first of them; the caller writes
+  // them at once. For plain types only (the memory filer's append path). Null when the capacity
+  // is too small.
+  T* extendUninitialized(int n) {
+    static_assert(kReallocates, "only plain values may be left uninitialised");
+    if (n < 0 || n > mPhysicalLen - mLogicalLen) return nullptr;
+    T* first = mpArray.get() + mLogicalLen;
+    mLogicalLen += n;
+    return first;
   }
   // Reallocates to exactly n elements; a smaller n also shortens the logical length.
   AcArray& setPhysicalLength(int n) {
@@ -211,9 +227,6 @@ class AcArray {
       if (p == nullptr) throw std::bad_alloc();
       mpArray.release();
       mpArray.reset(static_cast<T*>(p));
-      if (n > mPhysicalLen)
-        std::memset(static_cast<void*>(mpArray.get() + mPhysicalLen), 0,
-                    sizeof(T) * static_cast<size_t>(n - mPhysicalLen));
     }
     mPhysicalLen = n;
     mLogicalLen = std::min(mLogicalLen, n);
