@@ -61,4 +61,21 @@ TEST(AcArrayTest, CopiesAreDeepAndLengthsCanBeSet) {
   EXPECT_TRUE(b.isEmpty());
 }
 
+TEST(AcArrayTest, RegrowingAfterShrinkingShowsDefaultValuesNotOldOnes) {
+  AcArray<int> a;
+  for (int i = 1; i <= 5; ++i) a.append(i);
+  a.setLogicalLength(2).setLogicalLength(5);
+  EXPECT_EQ(a[1], 2);
+  EXPECT_EQ(a[2], 0);
+  EXPECT_EQ(a[4], 0);
+  // Raw room for writers that fill it at once, only within the capacity.
+  a.setPhysicalLength(8);
+  int* room = a.extendUninitialized(3);
+  ASSERT_NE(room, nullptr);
+  EXPECT_EQ(room, a.asArrayPtr() + 5);
+  EXPECT_EQ(a.length(), 8);
+  EXPECT_EQ(a.extendUninitialized(1), nullptr);
+  EXPECT_EQ(a.length(), 8);
+}
+
 }  // namespace
