@@ -320,13 +320,15 @@ unsigned long CRDMsgManager::SendMessageW(KWMSGHDR* msg) {
               g_chain.text);
   }
   const SendChain::Link link = g_chain.Extend(n);
-  // The clock is read only for the trace, which is the only place that reports the time.
-  uint32_t start = Traced() ? GetTickCount() : 0;
+  // The clock is read only for the trace, which is the only place that reports the time. A
+  // tick count of 0 is a time like any other, so whether it was read is kept apart.
+  const bool timed = Traced();
+  const uint32_t start = timed ? GetTickCount() : 0;
   ++m_sendDepth;
   unsigned long result = Deliver(msg, n);
   if (--m_sendDepth == 0) EraseDead();
   if (Traced()) {
-    uint32_t took = start ? GetTickCount() - start : 0;
+    const uint32_t took = timed ? GetTickCount() - start : 0;
     if (took > kSlowMs) TraceLogo(L"total_time %.3fs", took / 1000.0);
     TraceLogo(L"</RDMsg_SendMessage%u>", n);
   }
@@ -358,9 +360,11 @@ unsigned long CRDMsgManager::Deliver(KWMSGHDR* msg, uint32_t n) {
   size_t count = m_records.size();
   for (size_t i = 0; i < count; ++i) {
     const Record& r = records[i];
+    // A record removed during this send may name an object its module has already freed: it
+    // is skipped before its filter could ask that object anything.
+    if (r.dead) continue;
     // Most watchers listen to one pair: compare it inline before the general filter.
     if (r.count == 1 ? r.key0 != key : !Accepts(r, *msg)) continue;
-    if (r.dead) continue;
     unsigned long answer = 0;
     if (Traced()) {
       answer = DeliverTraced(i, msg, n);

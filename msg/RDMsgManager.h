@@ -82,7 +82,9 @@ class CRDMsgManager {
                   int count, CMsgWatch* watch, bool autoDelete);
   // Removes every record of this callback. Null is ignored.
   void RemoveRegister(MsgFn fn);
-  // Removes the most recent record of this object (releasing it when auto-deleted).
+  // Removes the most recent record of this object (releasing it when auto-deleted). From then on
+  // the dispatcher never touches the object, even when this is called from inside a send: the
+  // caller may delete an object it owns right after this returns.
   void RemoveRegister(CMsgWatch* watch);
 
   // Dispatches `msg` (null gives 0) and returns the combined answer.

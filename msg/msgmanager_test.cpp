@@ -42,7 +42,7 @@ unsigned long OtherFn(KWMSGHDR* msg, void* user) {
   return ProbeFn(msg, user);
 }
 
-class Watch : public CMsgWatch {
+class Watch final : public CMsgWatch {
  public:
   Watch(uint32_t type, uint32_t code, unsigned long answer)
       : m_type(type), m_code(code), m_answer(answer) {}
@@ -310,3 +310,33 @@ TEST_F(MsgManagerTest, ShowMsgAnswersWithTheMessageBox) {
 }
 
 }  // namespace
+
+TEST_F(MsgManagerTest, ObjectWatcherRemovedAndFreedDuringASendIsNeverAskedAgain) {
+  // A module may unregister and delete its watcher from inside a send (on unload, say); the
+  // dispatcher must not call into the freed object when it reaches its record.
+  auto* victim = new Watch(0, 0, 9);
+  Probe killer{4};
+  killer.action = [&](KWMSGHDR*) {
+    mgr->RemoveRegister(victim);
+    delete victim;
+  };
+  mgr->Register(L"Killer", 5, 3, &ProbeFn, &killer);
+  mgr->Register(L"Victim", victim, false);
+  EXPECT_EQ(Send(5, 3), 4u);
+  EXPECT_EQ(mgr->WatcherCount(), 2);
+}
+
+TEST_F(MsgManagerTest, SlowSendIsTimedAlsoWhenTheClockStartsAtZero) {
+  kwhost::SetManualClock(0, 12, 0, 0);
+  Probe slow{1};
+  slow.action = [](KWMSGHDR*) { kwhost::AdvanceClock(150); };
+  mgr->Register(L"Slow", 5, 3, &ProbeFn, &slow);
+  Send(5, 3);
+  std::vector<std::wstring> want = {L"<RDMsg_SendMessage1 type='5' msg='3' from=''>",
+                                    L"<RDMsg_Send1To dest='Slow'>",
+                                    L"RDMsg_time 0.150s",
+                                    L"</RDMsg_Send1To>",
+                                    L"total_time 0.150s",
+                                    L"</RDMsg_SendMessage1>"};
+  EXPECT_EQ(TraceLines(), want);
+}
