@@ -62,6 +62,17 @@ bool ReadItems(AcDbDwgFiler* filer, int64_t count, std::vector<T>* out) {
   return true;
 }
 
+// Reads `count` records one after another, appending each: a lying count from a filer that
+// cannot tell its size fails at the first missing record instead of allocating for all.
+template <class T, class ReadOne>
+bool ReadEach(int64_t count, std::vector<T>* out, ReadOne readOne) {
+  out->clear();
+  for (int64_t i = 0; i < count; ++i) {
+    if (!readOne(&out->emplace_back())) return false;
+  }
+  return true;
+}
+
 // An Int32 count followed by that many items.
 template <class T>
 bool ReadArray(AcDbDwgFiler* filer, std::vector<T>* out) {
@@ -153,15 +164,14 @@ bool CModel::ReadModel(DataModel* model, AcDbDwgFiler* filer, int depth) {
   if (!ReadArray(filer, &model->records)) return false;
   int32_t count = 0;
   if (filer->readInt32(&count) != Acad::eOk || !Fits(filer, count, 12)) return false;
-  model->batches.resize(static_cast<size_t>(count));
-  for (DataBatch& batch : model->batches) {
-    if (!ReadDataBatch(&batch, filer)) return false;
+  if (!ReadEach(count, &model->batches, [&](DataBatch* b) { return ReadDataBatch(b, filer); })) {
+    return false;
   }
   if (version >= 2) {
     if (filer->readInt32(&count) != Acad::eOk || !Fits(filer, count, 24)) return false;
-    model->hugeBatches.resize(static_cast<size_t>(count));
-    for (DataBatchHuge& batch : model->hugeBatches) {
-      if (!ReadDataBatchHuge(&batch, filer)) return false;
+    if (!ReadEach(count, &model->hugeBatches,
+                  [&](DataBatchHuge* b) { return ReadDataBatchHuge(b, filer); })) {
+      return false;
     }
     if (!ReadDataBinExtenion(&model->extension, filer, depth)) return false;
   }
@@ -188,16 +198,10 @@ bool CModel::ReadDataBatchHuge(DataBatchHuge* batch, AcDbDwgFiler* filer) {
   }
   int32_t count = 0;
   if (filer->readInt32(&count) != Acad::eOk || !Fits(filer, count, 4)) return false;
-  batch->vertexChunks.resize(static_cast<size_t>(count));
-  for (DataVertexList& chunk : batch->vertexChunks) {
-    if (!ReadArray(filer, &chunk)) return false;
-  }
+  const auto readChunk = [&](auto* chunk) { return ReadArray(filer, chunk); };
+  if (!ReadEach(count, &batch->vertexChunks, readChunk)) return false;
   if (filer->readInt32(&count) != Acad::eOk || !Fits(filer, count, 4)) return false;
-  batch->triangleChunks.resize(static_cast<size_t>(count));
-  for (DataTriangleList& chunk : batch->triangleChunks) {
-    if (!ReadArray(filer, &chunk)) return false;
-  }
-  return true;
+  return ReadEach(count, &batch->triangleChunks, readChunk);
 }
 
 bool CModel::ReadDataBinExtenion(DataBinExtention* ext, AcDbDwgFiler* filer, int depth) {
@@ -213,13 +217,11 @@ bool CModel::ReadDataBinExtenion(DataBinExtention* ext, AcDbDwgFiler* filer, int
   }
   uint32_t blocks = 0;
   if (filer->readUInt32(&blocks) != Acad::eOk || !Fits(filer, blocks, 4)) return false;
-  ext->blocks.resize(blocks);
-  for (std::vector<unsigned char>& block : ext->blocks) {
+  const auto readBlock = [&](std::vector<unsigned char>* block) {
     uint32_t length = 0;
-    if (filer->readUInt32(&length) != Acad::eOk || !ReadItems(filer, length, &block)) {
-      return false;
-    }
-  }
+    return filer->readUInt32(&length) == Acad::eOk && ReadItems(filer, length, block);
+  };
+  if (!ReadEach(blocks, &ext->blocks, readBlock)) return false;
   int32_t children = 0;
   if (filer->readInt32(&children) != Acad::eOk || !Fits(filer, children, 1)) return false;
   for (int32_t i = 0; i < children; ++i) {
