@@ -1,6 +1,7 @@
 // rdpub: a CAD command line in a terminal. Loads the suite's library (or the modules named with
 // --module), then reads command lines from the terminal, a script or standard input until
-// QUIT or the end of input, and closes the main frame (watchers, then module unload).
+// QUIT or the end of input, and closes the main frame (watchers, then module unload). On a
+// terminal, Ctrl-C cancels the prompt rather than ending the process.
 //
 //   rdpub [--script FILE] [--module PATH]... [DRAWING]
 //
@@ -10,6 +11,7 @@
 #include <unistd.h>
 
 #include <climits>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
@@ -114,10 +116,55 @@ bool ReadStdinLine(std::wstring* line) {
   return true;
 }
 
+// Ctrl-C at the terminal cancels, as in a CAD command line, and never ends rdpub. While libedit
+// reads, the terminal has no interrupt character, so ^C arrives as a key (OnCtrlKeyC); while a
+// command runs, SIGINT only sets the flag (OnSigint). Either way the next read answers "^C",
+// which cancels the prompt that takes it (RTCAN) and is skipped at the command prompt. libedit's
+// own signal handlers stay (they restore the terminal on ^Z and follow resizing); a SIGINT sent
+// during a read passes through them to OnSigint and ends the read.
+volatile sig_atomic_t g_ctrlC = 0;
+
+extern "C" void OnSigint(int) {
+  g_ctrlC = 1;
+}
+
+int OnCtrlKeyC(int, int) {
+  g_ctrlC = 1;
+  rl_done = 1;  // ends the read; the partly typed line is dropped
+  return 0;
+}
+
+// readline() resets libedit's terminal modes on every call, so the interrupt character is
+// taken away again each time, after that reset and before the terminal is switched to editing:
+// "intr=" clears it in the edit settings, "-intr" keeps it cleared when libedit rebuilds them
+// from a changed terminal. The other signal keys (^Z, ^\) keep working.
+int TakeAwayInterruptKey() {
+  return rl_parse_and_bind("setty -d -intr intr=");
+}
+
+void SetUpTerminal() {
+  struct sigaction action = {};
+  action.sa_handler = OnSigint;
+  action.sa_flags = SA_RESTART;  // commands' own reads and writes go on undisturbed
+  sigemptyset(&action.sa_mask);
+  sigaction(SIGINT, &action, nullptr);
+  rl_initialize();
+  using_history();
+  rl_add_defun("kw-cancel", OnCtrlKeyC, 'C' & 0x1f);
+  rl_pre_input_hook = TakeAwayInterruptKey;
+}
+
 // The terminal, with line editing and history.
 bool ReadTerminalLine(std::wstring* line) {
   std::fflush(stdout);
-  char* text = readline("");
+  char* text = g_ctrlC ? nullptr : readline("");
+  if (g_ctrlC) {
+    g_ctrlC = 0;
+    std::free(text);
+    WriteStdout(L"\n*取消*");
+    *line = L"^C";
+    return true;
+  }
   if (!text) return false;
   if (*text) add_history(text);
   *line = kw::FromUtf8(text);
@@ -204,7 +251,7 @@ int main(int argc, char** argv) {
     kwhost::SetInputReader(ScriptReader(std::move(lines)));
   } else if (isatty(STDIN_FILENO)) {
     interactive = true;
-    using_history();
+    SetUpTerminal();
     kwhost::SetInputReader(ReadTerminalLine, true);
   } else {
     kwhost::SetInputReader(ReadStdinLine);
