@@ -135,9 +135,106 @@ struct CachedFormat {
   uint64_t used = 0;
   std::wstring original;
   std::wstring translated;
+  bool plain = false;  // translated holds only conversions that PlainFormat writes itself
 };
 
-const wchar_t* CachedTranslation(const wchar_t* format) {
+// The integer sizes of the C library's spelling that PlainFormat reads: none, "l", "ll", "z".
+int IntSize(const wchar_t*& p) {
+  if (p[0] == L'l' && p[1] == L'l') return p += 2, 3;
+  if (p[0] == L'l') return p += 1, 2;
+  if (p[0] == L'z') return p += 1, 2;
+  return 1;
+}
+
+// Whether every conversion of a translated format is one PlainFormat writes exactly as the C
+// library would: %d %i %u %x %X (no size, l, ll, z), %ls and %%, without flags, width or
+// precision.
+bool IsPlainFormat(const wchar_t* p) {
+  for (p = wcschr(p, L'%'); p != nullptr; p = wcschr(p, L'%')) {
+    ++p;
+    if (*p == L'%') {
+      ++p;
+      continue;
+    }
+    if (p[0] == L'l' && p[1] == L's') {
+      p += 2;
+      continue;
+    }
+    IntSize(p);
+    if (*p != L'd' && *p != L'i' && *p != L'u' && *p != L'x' && *p != L'X') return false;
+    ++p;
+  }
+  return true;
+}
+
+// Writes value's digits (base 10 or 16) ending at end; returns where they start.
+wchar_t* PutDigits(wchar_t* end, unsigned long long value, unsigned base, bool upper) {
+  const wchar_t* digits = upper ? L"0123456789ABCDEF" : L"0123456789abcdef";
+  do {
+    *--end = digits[value % base];
+    value /= base;
+  } while (value != 0);
+  return end;
+}
+
+// The next integer argument of that conversion, as its magnitude and sign.
+unsigned long long IntArg(va_list args, int size, wchar_t conv, bool* negative) {
+  *negative = false;
+  if (conv == L'd' || conv == L'i') {
+    long long v = size == 3   ? va_arg(args, long long)
+                  : size == 2 ? va_arg(args, long)
+                              : va_arg(args, int);
+    *negative = v < 0;
+    return v < 0 ? 0ull - static_cast<unsigned long long>(v) : static_cast<unsigned long long>(v);
+  }
+  return size == 3   ? va_arg(args, unsigned long long)
+         : size == 2 ? va_arg(args, unsigned long)
+                     : va_arg(args, unsigned int);
+}
+
+// Appends text to buf at *n; false when it does not fit before the terminator.
+bool Put(wchar_t* buf, size_t cap, size_t* n, const wchar_t* text, size_t length) {
+  if (length >= cap - *n) return false;
+  wmemcpy(buf + *n, text, length);
+  *n += length;
+  return true;
+}
+
+// Formats a plain format (IsPlainFormat) into buf; false, having consumed arguments, when the
+// result does not fit or a string argument is null: the C library then does the whole work.
+bool PlainFormat(wchar_t* buf, size_t cap, const wchar_t* p, va_list args, size_t* n) {
+  *n = 0;
+  for (;;) {
+    const wchar_t* pct = wcschr(p, L'%');
+    const size_t literal = pct ? static_cast<size_t>(pct - p) : wcslen(p);
+    if (!Put(buf, cap, n, p, literal)) return false;
+    if (pct == nullptr) break;
+    p = pct + 1;
+    if (*p == L'%') {
+      if (!Put(buf, cap, n, p++, 1)) return false;
+      continue;
+    }
+    if (p[0] == L'l' && p[1] == L's') {
+      p += 2;
+      const wchar_t* text = va_arg(args, const wchar_t*);
+      if (text == nullptr || !Put(buf, cap, n, text, wcslen(text))) return false;
+      continue;
+    }
+    const int size = IntSize(p);
+    const wchar_t conv = *p++;
+    bool negative = false;
+    const unsigned long long value = IntArg(args, size, conv, &negative);
+    wchar_t digits[24];
+    wchar_t* end = digits + 24;
+    wchar_t* start = PutDigits(end, value, conv == L'x' || conv == L'X' ? 16 : 10, conv == L'X');
+    if (negative) *--start = L'-';
+    if (!Put(buf, cap, n, start, static_cast<size_t>(end - start))) return false;
+  }
+  buf[*n] = 0;
+  return true;
+}
+
+const CachedFormat& CachedTranslation(const wchar_t* format) {
   static constexpr size_t kEntries = 8;
   thread_local CachedFormat entries[kEntries];
   thread_local uint64_t clock = 0;
@@ -145,14 +242,15 @@ const wchar_t* CachedTranslation(const wchar_t* format) {
   for (CachedFormat& e : entries) {
     if (e.key == format && e.original == format) {
       e.used = ++clock;
-      return e.translated.c_str();
+      return e;
     }
     if (e.used < oldest->used) oldest = &e;
   }
   oldest->key = format;
   oldest->used = ++clock;
   oldest->original.assign(format);
-  return Translate(format, oldest->translated);
+  oldest->plain = IsPlainFormat(Translate(format, oldest->translated));
+  return *oldest;
 }
 
 }  // namespace
@@ -170,9 +268,18 @@ size_t VFormatInto(wchar_t* buf, size_t cap, const wchar_t* format, va_list args
     return 0;
   }
   // A thread-local buffer keeps hot callers (the trace log) free of heap allocations.
-  const wchar_t* translated = CachedTranslation(format);
+  const CachedFormat& cached = CachedTranslation(format);
+  if (cached.plain) {
+    // The common trace line; anything unusual goes to the C library with the arguments intact.
+    va_list copy;
+    va_copy(copy, args);
+    size_t n = 0;
+    const bool done = PlainFormat(buf, cap, cached.translated.c_str(), copy, &n);
+    va_end(copy);
+    if (done) return n;
+  }
   bool cut = false;
-  return StoreCut(buf, cap, translated, args, &cut);
+  return StoreCut(buf, cap, cached.translated.c_str(), args, &cut);
 }
 
 size_t FormatInto(wchar_t* buf, size_t cap, const wchar_t* format, ...) {

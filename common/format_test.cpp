@@ -2,7 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <climits>
+#include <cstdarg>
 #include <cstdint>
+#include <cwchar>
 #include <string>
 
 namespace kw {
@@ -58,4 +61,41 @@ TEST(FormatTest, LongResultsGrowAndEdgeFormatsStaySafe) {
 }
 
 }  // namespace
+// The buffer form writes the common conversions itself; whatever it stores must be what the C
+// library stores for the same (translated) format, cut or not.
+std::wstring Into(size_t cap, const wchar_t* format, ...) {
+  wchar_t buf[64];
+  va_list args;
+  va_start(args, format);
+  const size_t n = VFormatInto(buf, cap, format, args);
+  va_end(args);
+  return std::wstring(buf, n) + L"|" + std::to_wstring(n);
+}
+std::wstring Library(size_t cap, const wchar_t* translated, ...) {
+  wchar_t buf[64] = {};
+  va_list args;
+  va_start(args, translated);
+  const int n = vswprintf(buf, cap, translated, args);
+  va_end(args);
+  const size_t stored = n >= 0 ? static_cast<size_t>(n) : wcsnlen(buf, cap - 1);
+  return std::wstring(buf, stored) + L"|" + std::to_wstring(stored);
+}
+
+TEST(FormatTest, BufferFormMatchesTheCLibraryForCommonConversions) {
+  EXPECT_EQ(Into(64, L"<a%u b='%d' c='%i' d='%s'>", 12u, -5, INT_MIN, L",1,2,"),
+            Library(64, L"<a%u b='%d' c='%i' d='%ls'>", 12u, -5, INT_MIN, L",1,2,"));
+  EXPECT_EQ(Into(64, L"%x %X %lx %I64X %Iu 100%%", 0xBEEFu, 0xBEEFu, ULONG_MAX, uint64_t{1} << 63,
+                 size_t{0}),
+            Library(64, L"%x %X %lx %llX %zu 100%%", 0xBEEFu, 0xBEEFu, ULONG_MAX, uint64_t{1} << 63,
+                    size_t{0}));
+  EXPECT_EQ(Into(64, L"%I64d %ld %d", LLONG_MIN, LONG_MAX, 0),
+            Library(64, L"%lld %ld %d", LLONG_MIN, LONG_MAX, 0));
+  EXPECT_EQ(Into(64, L"[%s]", static_cast<const wchar_t*>(nullptr)), L"[(null)]|8");
+  EXPECT_EQ(Into(64, L"甲%s乙", L""), L"甲乙|2");
+  // Results that reach the capacity are cut as the library cuts them.
+  EXPECT_EQ(Into(6, L"ab%dcd", 123), L"ab123|5");
+  EXPECT_EQ(Into(6, L"ab%dcd", 1234), Library(6, L"ab%dcd", 1234));
+  EXPECT_EQ(Into(6, L"%s%s", L"abc", L"def"), Library(6, L"%ls%ls", L"abc", L"def"));
+}
+
 }  // namespace kw

@@ -57,6 +57,21 @@ const char* CompanionOutput() {
   return out && *out ? out : "/dev/null";
 }
 
+// The common line in one pass: every character one UTF-16 unit, no 0 inside. Copies all but the
+// first character to dst and returns true; otherwise leaves dst clear (only the bytes in use may
+// be non-zero) and returns false.
+bool CopyPlainTail(std::wstring_view line, char16_t* dst) {
+  uint32_t outside = static_cast<uint32_t>(line[0]) - 1u >= 0xD7FFu ? 1u : 0u;
+  for (size_t i = 1; i < line.size(); ++i) {
+    const uint32_t c = static_cast<uint32_t>(line[i]);
+    dst[i] = static_cast<char16_t>(c);
+    outside |= c - 1u >= 0xD7FFu ? 1u : 0u;
+  }
+  if (outside == 0) return true;
+  memset(dst + 1, 0, 2 * (line.size() - 1));
+  return false;
+}
+
 }  // namespace
 
 void SetTraceLogoNamePrefixForTest(const char* prefix) {
@@ -199,6 +214,11 @@ void CTraceLogo::VAppend(const wchar_t* format, va_list args) {
 
 void CTraceLogo::Append(std::wstring_view line) {
   line = line.substr(0, kFormatChars - 1);
+  const size_t plainBytes = 2 * (line.size() + 1);
+  if (!line.empty() && m_used + plainBytes < m_full && CopyPlainTail(line, m_lines + m_used / 2)) {
+    Publish(line[0], plainBytes);
+    return;
+  }
   const bool plain = kw::IsPlainUtf16(line);
   // A 0 inside the line would end it early in the block.
   if (!plain) line = line.substr(0, line.find(L'\0'));
@@ -220,7 +240,11 @@ void CTraceLogo::Append(std::wstring_view line) {
     if (firstUnits == 2) dst[1] = first[1];
     kw::ToUtf16Into(line.substr(1), dst + firstUnits, units - firstUnits);
   }
-  std::atomic_ref<char16_t>(dst[0]).store(first[0], std::memory_order_release);
+  Publish(first[0], bytes);
+}
+
+void CTraceLogo::Publish(char16_t first, size_t bytes) {
+  std::atomic_ref<char16_t>(m_lines[m_used / 2]).store(first, std::memory_order_release);
   m_used += bytes;
   SetState(tl::kStateLines);
 }

@@ -74,6 +74,9 @@ class CTraceLogo {
   void StartCompanion();
   void Wipe();
   void SetState(uint32_t state);
+  // Makes the line whose units after the first are already at the end of the list visible:
+  // stores its first unit last, then counts its bytes (terminator included) as used.
+  void Publish(char16_t first, size_t bytes);
 
   wchar_t* m_format = nullptr;  // kFormatChars wide characters
   int m_fd = -1;                // the block's descriptor, open only while it is being created

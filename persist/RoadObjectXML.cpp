@@ -196,8 +196,9 @@ bool CRoadObjectXMLManager::SaveItems(CXTPPropExchange* collection, const NameLi
     CRoadObject* found = names.empty() ? Item(i) : Item(names[static_cast<size_t>(i)].c_str());
     auto* obj = dynamic_cast<CRoadObjectXML*>(found);
     if (obj == nullptr) continue;
-    std::wstring selector =
-        kw::FormatW(L"%s[@guid=\"%s\"]", itemNode.c_str(), KWRDPub::GUIDToStr(obj->ID()).c_str());
+    // ItemNode()[@guid="{...}"], put together directly: this runs once per object.
+    const std::wstring selector =
+        itemNode + L"[@guid=\"" + XTP_XMLUtils::GUIDText(obj->ID()) + L"\"]";
     std::unique_ptr<CXTPPropExchangeXMLNode> node = collection->FindSection(selector.c_str());
     if (node) {
       node->SetCompactMode(true);
