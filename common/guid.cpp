@@ -2,8 +2,6 @@
 
 #include <sys/random.h>
 
-#include <cstdio>
-#include <cwchar>
 #include <random>
 
 #include "common/text.h"
@@ -66,6 +64,13 @@ bool Parse(std::wstring_view t, GUID* id) {
   return true;
 }
 
+// Writes `digits` upper-case hexadecimal digits of value and returns the position after them.
+wchar_t* PutHex(wchar_t* out, uint64_t value, int digits) {
+  static constexpr wchar_t kDigits[] = L"0123456789ABCDEF";
+  for (int i = digits - 1; i >= 0; --i, value >>= 4) out[i] = kDigits[value & 0xF];
+  return out + digits;
+}
+
 }  // namespace
 
 int CoCreateGuid(GUID* out) {
@@ -83,12 +88,18 @@ int CoCreateGuid(GUID* out) {
 
 namespace KWRDPub {
 
+// Written digit by digit rather than through printf: stores write one per object, often twice
+// (the object's attribute and its item selector).
 std::wstring GUIDToStr(const GUID& id) {
-  wchar_t buf[kGuidTextLength + 1];
-  swprintf(buf, kGuidTextLength + 1, L"{%08X-%04X-%04X-%02X%02X-%02X%02X%02X%02X%02X%02X}",
-           static_cast<unsigned>(id.Data1), id.Data2, id.Data3, id.Data4[0], id.Data4[1],
-           id.Data4[2], id.Data4[3], id.Data4[4], id.Data4[5], id.Data4[6], id.Data4[7]);
-  return std::wstring(buf, kGuidTextLength);
+  std::wstring text(kGuidTextLength, L'-');
+  wchar_t* out = text.data();
+  *out++ = L'{';
+  out = PutHex(out, id.Data1, 8) + 1;
+  out = PutHex(out, id.Data2, 4) + 1;
+  out = PutHex(out, id.Data3, 4) + 1;
+  for (int i = 0; i < 8; ++i) out = PutHex(out, id.Data4[i], 2) + (i == 1 ? 1 : 0);
+  *out = L'}';
+  return text;
 }
 
 GUID StrToGUID(const wchar_t* text, bool* ok) {

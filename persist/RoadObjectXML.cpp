@@ -197,8 +197,7 @@ bool CRoadObjectXMLManager::SaveItems(CXTPPropExchange* collection, const NameLi
     auto* obj = dynamic_cast<CRoadObjectXML*>(found);
     if (obj == nullptr) continue;
     // ItemNode()[@guid="{...}"], put together directly: this runs once per object.
-    const std::wstring selector =
-        itemNode + L"[@guid=\"" + XTP_XMLUtils::GUIDText(obj->ID()) + L"\"]";
+    const std::wstring selector = itemNode + L"[@guid=\"" + KWRDPub::GUIDToStr(obj->ID()) + L"\"]";
     std::unique_ptr<CXTPPropExchangeXMLNode> node = collection->FindSection(selector.c_str());
     if (node) {
       node->SetCompactMode(true);

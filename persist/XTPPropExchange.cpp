@@ -352,7 +352,7 @@ void ExchangeGUID(CXTPPropExchange* px, const wchar_t* name, GUID& id) {
   if (px == nullptr) return;
   std::wstring text;
   if (px->IsStoring()) {
-    text = GUIDText(id);
+    text = KWRDPub::GUIDToStr(id);
     px->ExchangeProp(name, text, nullptr);
     return;
   }
@@ -360,28 +360,7 @@ void ExchangeGUID(CXTPPropExchange* px, const wchar_t* name, GUID& id) {
   id = KWRDPub::StrToGUID(text.c_str());
 }
 
-namespace {
-
-wchar_t* PutHex(wchar_t* out, uint64_t value, int digits) {
-  static constexpr wchar_t kDigits[] = L"0123456789ABCDEF";
-  for (int i = digits - 1; i >= 0; --i, value >>= 4) out[i] = kDigits[value & 0xF];
-  return out + digits;
-}
-
-}  // namespace
-
-std::wstring GUIDText(const GUID& id) {
-  // {XXXXXXXX-XXXX-XXXX-XXXX-XXXXXXXXXXXX}
-  std::wstring text(38, L'-');
-  wchar_t* out = text.data();
-  *out++ = L'{';
-  out = PutHex(out, id.Data1, 8) + 1;
-  out = PutHex(out, id.Data2, 4) + 1;
-  out = PutHex(out, id.Data3, 4) + 1;
-  for (int i = 0; i < 8; ++i) out = PutHex(out, id.Data4[i], 2) + (i == 1 ? 1 : 0);
-  *out = L'}';
-  return text;
-}
+namespace {}  // namespace
 
 std::unique_ptr<CXTPPropExchangeXMLNode> GetChildExchangeNode(CXTPPropExchange* px,
                                                               const std::wstring& name) {

@@ -172,9 +172,6 @@ namespace XTP_XMLUtils {
 // Loading: reads the text under name and parses it as a braced GUID (GUID_NULL when it is not
 // one). Storing: writes id's braced text.
 void ExchangeGUID(CXTPPropExchange* px, const wchar_t* name, GUID& id);
-// The braced upper-case text of id, exactly as KWRDPub::GUIDToStr writes it, without going
-// through the printf machinery: a store writes one per object, often twice (its selector too).
-std::wstring GUIDText(const GUID& id);
 // The existing child section name; when there is none and px is storing, a new child element of
 // that name appended through the enumerator; otherwise null.
 std::unique_ptr<CXTPPropExchangeXMLNode> GetChildExchangeNode(CXTPPropExchange* px,

@@ -208,15 +208,4 @@ TEST(XTPPropExchange, XmlUtilsExchangeGuidsAndCreatePaths) {
   EXPECT_EQ(back, GUID_NULL);
 }
 
-TEST(XTPPropExchange, GuidTextMatchesTheCommonSpelling) {
-  GUID fixed = {0x0A1B2C3D, 0xE4F5, 0x0607, {0x89, 0xAB, 0xCD, 0xEF, 0x01, 0x23, 0x45, 0x67}};
-  EXPECT_EQ(XTP_XMLUtils::GUIDText(fixed), L"{0A1B2C3D-E4F5-0607-89AB-CDEF01234567}");
-  EXPECT_EQ(XTP_XMLUtils::GUIDText(GUID_NULL), KWRDPub::GUIDToStr(GUID_NULL));
-  for (int i = 0; i < 100; ++i) {
-    GUID id;
-    CoCreateGuid(&id);
-    EXPECT_EQ(XTP_XMLUtils::GUIDText(id), KWRDPub::GUIDToStr(id));
-  }
-}
-
 }  // namespace
