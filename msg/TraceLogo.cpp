@@ -184,10 +184,20 @@ void CTraceLogo::StartCompanion() {
   // The block itself goes along as descriptor 3, so the companion never misses it even when
   // this process ends (and removes the name) before the companion has started.
   posix_spawn_file_actions_adddup2(&actions, m_fd, tl::kCompanionBlockFd);
+  // A process group of its own: a Ctrl-C at the host's terminal goes to the foreground group,
+  // and the companion must outlive it to keep following (and at the end saving) the block.
+  posix_spawnattr_t attr;
+  if (posix_spawnattr_init(&attr) != 0) {
+    posix_spawn_file_actions_destroy(&actions);
+    return;
+  }
+  posix_spawnattr_setflags(&attr, POSIX_SPAWN_SETPGROUP);
+  posix_spawnattr_setpgroup(&attr, 0);
   std::string arg0 = tl::kCompanionArg0;
   char* argv[] = {arg0.data(), m_name.data(), nullptr};
   pid_t pid = 0;
-  if (posix_spawn(&pid, path.c_str(), &actions, nullptr, argv, environ) == 0) m_companion = pid;
+  if (posix_spawn(&pid, path.c_str(), &actions, &attr, argv, environ) == 0) m_companion = pid;
+  posix_spawnattr_destroy(&attr);
   posix_spawn_file_actions_destroy(&actions);
 }
 

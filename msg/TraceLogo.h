@@ -39,7 +39,9 @@ class CTraceLogo {
   // none (or creation failed: the failure is remembered and not retried).
   static CTraceLogo* GetInstance(bool create);
   // Wipes the line area and destroys the trace log: unmaps the block and removes its name.
-  // Nothing when there is none. A later GetInstance(true) creates a new block.
+  // Nothing when there is none. A later GetInstance(true) creates a new block (and starts a new
+  // companion). The companion is not stopped: it keeps the lines it saw and saves them when the
+  // host process ends.
   static void Destroy();
 
   // Appends one formatted line (see TraceLogo).
@@ -59,7 +61,8 @@ class CTraceLogo {
   // Line-area bytes in use and the wipe threshold.
   size_t UsedBytes() const { return m_used; }
   size_t FullBytes() const { return m_full; }
-  // The companion's process id, or 0 when it could not be started.
+  // The companion's process id, or 0 when it could not be started. It runs in a process group
+  // of its own, is never awaited, and is reaped only if it has ended when the log is destroyed.
   pid_t CompanionPid() const { return m_companion; }
 
   CTraceLogo(const CTraceLogo&) = delete;

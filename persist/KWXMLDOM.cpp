@@ -268,15 +268,19 @@ IKWXMLDOMNode IKWXMLDOMNode::removeChild(const IKWXMLDOMNode& child) {
 
 IKWXMLDOMNode IKWXMLDOMNode::replaceChild(const IKWXMLDOMNode& newChild,
                                           const IKWXMLDOMNode& oldChild) {
-  if (!oldChild.m_node || oldChild.m_node->parent != m_node || !newChild.m_node ||
-      newChild.m_node->doc != m_node->doc || IsAncestorOrSelf(newChild.m_node, m_node)) {
+  xmlNode* old = oldChild.m_node;
+  if (!m_node || !old || old->parent != m_node || old->type == XML_ATTRIBUTE_NODE) return {};
+  if (newChild.m_node == old) return oldChild;
+  // The new child takes the old one's place, which is before the old one's next sibling (or
+  // before the new child's own next sibling when the two are neighbours).
+  xmlNode* ref = old->next == newChild.m_node ? newChild.m_node->next : old->next;
+  xmlUnlinkNode(old);
+  if (insertBefore(newChild, Wrap(ref)).IsEmpty()) {
+    LinkBefore(m_node, old, ref);  // refused: nothing moved, so the old place is still there
     return {};
   }
-  if (newChild.m_node == oldChild.m_node) return oldChild;
-  IKWXMLDOMNode next = Wrap(oldChild.m_node->next);
-  IKWXMLDOMNode removed = removeChild(oldChild);
-  if (insertBefore(newChild, next).IsEmpty()) return {};
-  return removed;
+  m_doc->Float(old);
+  return oldChild;
 }
 
 int IKWXMLDOMNode::hasChildNodes() const {

@@ -3,7 +3,9 @@
 //
 // Each wrapper is a value holding one node (or nothing): copies refer to the same node, and
 // every wrapper keeps its document alive, so a wrapper never dangles, even after its node was
-// removed from the tree or its document object was destroyed or reloaded. Member names follow the
+// removed from the tree or its document object was destroyed or reloaded. Ownership: the
+// documents and every node made or detached through the family belong to the family's shared
+// holder and are freed with the last wrapper; callers never free anything. Member names follow the
 // dispatch DOM: GetX/SetX are properties, lower-case names are methods. Strings are std::wstring
 // (values that may be absent, such as a missing attribute, are std::optional), objects are
 // wrapper values (an empty wrapper where the dispatch DOM gives null), node lists are vectors,
@@ -43,6 +45,9 @@ enum KWXMLDOMNodeType : long {
   KWNODE_DOCUMENT_FRAGMENT = 11,
 };
 
+// One node of a document: element, attribute, text, CDATA, comment, processing instruction,
+// document or document fragment. The tree members below answer for any of them; a member
+// that makes no sense for the node's kind gives the empty result.
 class IKWXMLDOMNode {
  public:
   IKWXMLDOMNode() = default;
@@ -136,6 +141,10 @@ class IKWXMLDOMElement : public IKWXMLDOMNode {
   void normalize();
 };
 
+// The attributes of one element, live: it reads the element's attributes at each call, so
+// changes made through the element show at once. Invariant: 0 <= m_next, the index that
+// nextNode gives next; an element wrapper that is empty (the map of a non-element) holds no
+// items and refuses every change.
 class IKWXMLDOMNamedNodeMap {
  public:
   IKWXMLDOMNamedNodeMap() = default;
@@ -157,6 +166,11 @@ class IKWXMLDOMNamedNodeMap {
   long m_next = 0;
 };
 
+// A document and its parse settings. States: empty (default-constructed: every member does
+// nothing), live (after CreateDispatch: an empty document, then whatever the last successful
+// load gave). A load replaces the content of this wrapper only: other wrapper copies made
+// before it, and the nodes of the old content, go on showing the old content (the settings,
+// the URL and the parse result are shared).
 class IKWXMLDOMDocument : public IKWXMLDOMNode {
  public:
   IKWXMLDOMDocument() = default;
@@ -191,7 +205,8 @@ class IKWXMLDOMDocument : public IKWXMLDOMNode {
   int GetAsync() const;
   void SetAsync(int async);
   void abort() {}
-  // Writes the document (in its declared encoding) atomically; non-zero on success.
+  // Writes the document (in its declared encoding) atomically; non-zero on success. 0, with
+  // the file left as it was, for a document without a document element or a failed write.
   int save(const wchar_t* path) const;
   int GetValidateOnParse() const;
   void SetValidateOnParse(int validate);

@@ -117,6 +117,29 @@ TEST_F(KWXMLDOMTest, TreeEditsKeepWrappersValid) {
   EXPECT_EQ(doc.GetDocumentElement().GetTagName(), L"n");
 }
 
+// replaceChild either swaps the two nodes or changes nothing.
+TEST_F(KWXMLDOMTest, ReplaceChildIsAllOrNothing) {
+  IKWXMLDOMDocument doc;
+  ASSERT_TRUE(doc.CreateDispatch());
+  ASSERT_TRUE(doc.loadXML(L"<r k=\"1\" m=\"2\"><a/><b/><c/></r>"));
+  IKWXMLDOMElement root = doc.GetDocumentElement();
+  IKWXMLDOMNode a = root.GetFirstChild();
+  IKWXMLDOMNode b = a.GetNextSibling();
+  // The new child is the old child's next sibling.
+  EXPECT_TRUE(root.replaceChild(b, a).IsSameNode(a));
+  EXPECT_EQ(root.GetXml(), L"<r k=\"1\" m=\"2\"><b/><c/></r>");
+  // An attribute is not a child: nothing changes.
+  IKWXMLDOMNode k = root.GetAttributes().getNamedItem(L"k");
+  EXPECT_TRUE(root.replaceChild(doc.createElement(L"x"), k).IsEmpty());
+  EXPECT_EQ(root.GetXml(), L"<r k=\"1\" m=\"2\"><b/><c/></r>");
+  // A refused insertion leaves the old child in its place.
+  EXPECT_TRUE(doc.replaceChild(doc.createTextNode(L"t"), root).IsEmpty());
+  EXPECT_TRUE(doc.GetDocumentElement().IsSameNode(root));
+  // An empty wrapper does nothing.
+  IKWXMLDOMNode floating = doc.createElement(L"f");
+  EXPECT_TRUE(IKWXMLDOMNode().replaceChild(b, floating).IsEmpty());
+}
+
 TEST_F(KWXMLDOMTest, HostileDocumentsDoNotLoad) {
   IKWXMLDOMDocument doc;
   ASSERT_TRUE(doc.CreateDispatch());

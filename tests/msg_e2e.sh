@@ -67,6 +67,13 @@ name1=$(block_of "$host1"); name2=$(block_of "$host2")
 [[ -n $name1 && -n $name2 && $name1 != "$name2" ]] || fail "blocks: '$name1' '$name2'"
 [[ $(stat -c %a "/dev/shm/$name1") == 600 ]] || fail "block mode"
 
+# The companion runs in a process group of its own: a Ctrl-C meant for the host's terminal
+# (SIGINT to the foreground group) must not end it and take the block's name with it.
+pgid_of() { ps -o pgid= -p "$1" | tr -d ' '; }
+companion1=$(ps -o pid= --ppid "$host1" | tr -d ' ' | head -n 1)
+[[ -n $companion1 ]] || fail "no companion of host 1"
+[[ $(pgid_of "$companion1") != "$(pgid_of "$host1")" ]] || fail "companion shares the host's process group"
+
 dump=$("$KW_TRACELOGO" --dump "$name1")
 [[ $dump == "$expected" ]] || fail "dump: $dump"
 

@@ -94,6 +94,16 @@ TEST_F(Rdpub, PipedInputIsReadLikeAScript) {
       << run.out;
 }
 
+TEST_F(Rdpub, AnOverlongPipedLineIsCutAndTheSessionGoesOn) {
+  // 8 MiB without a line end, then a command: only the first 64 KiB of the line are kept.
+  Outcome run = Shell("{ head -c 8388608 /dev/zero | tr '\\0' x; printf '\\nProbeInt 3\\n'; } | " +
+                      std::string(KW_RDPUB) + " --module " + kProbe);
+  EXPECT_EQ(run.status, 0);
+  EXPECT_NE(run.out.find("\"" + std::string(65536, 'X') + "\""), std::string::npos);
+  EXPECT_LT(run.out.size(), 70000u);
+  EXPECT_NE(run.out.find("probe: int 5100 3"), std::string::npos);
+}
+
 TEST_F(Rdpub, AppLoadFailureIsReportedAndTheSessionGoesOn) {
   Outcome run = WithScript("APPLOAD " + kNoEntry + "\nProbeInt 3\n");
   EXPECT_EQ(run.status, 0);

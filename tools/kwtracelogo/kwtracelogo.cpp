@@ -4,7 +4,8 @@
 //                           print each new line on standard output as it arrives, keep every
 //                           line seen across wipes, and when the host process has ended
 //                           (normally or not) write them all to a dated file in the block's log
-//                           folder, remove the block's name and exit.
+//                           folder, remove the block's name and exit. Stopped by SIGINT or
+//                           SIGTERM first, it saves what it saw but leaves the name to the host.
 //   kwtracelogo --dump NAME print the block's current lines once and exit.
 //
 // The block is untrusted input: it is mapped read-only, its size must be exact, and every scan
@@ -231,7 +232,9 @@ int Follow(const std::string& name) {
   // Whatever the host wrote before it ended is in the block still.
   follower.Poll();
   SaveSeen(block, follower.Seen());
-  shm_unlink(("/" + name).c_str());
+  // The name goes only with its host: stopped by a signal, this follower leaves a live host's
+  // block to the host (and to --dump).
+  if (HostEnded(host, parentAtStart)) shm_unlink(("/" + name).c_str());
   return 0;
 }
 

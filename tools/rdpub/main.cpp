@@ -27,6 +27,7 @@
 namespace {
 
 constexpr uint64_t kMaxScriptBytes = 64ull << 20;
+constexpr size_t kMaxLineBytes = 64 << 10;
 constexpr const wchar_t* kLibraryName = L"libkwrdpub.so";
 
 struct Options {
@@ -107,10 +108,14 @@ bool LoadScript(const std::wstring& path, std::vector<std::wstring>* lines) {
   return true;
 }
 
+// Standard input that is not a terminal. A line is kept up to kMaxLineBytes; the rest of a
+// longer one is read and dropped, so endless input without a line end cannot exhaust memory.
 bool ReadStdinLine(std::wstring* line) {
   std::string bytes;
   int c;
-  while ((c = std::fgetc(stdin)) != EOF && c != '\n') bytes.push_back(static_cast<char>(c));
+  while ((c = std::fgetc(stdin)) != EOF && c != '\n') {
+    if (bytes.size() < kMaxLineBytes) bytes.push_back(static_cast<char>(c));
+  }
   if (c == EOF && bytes.empty()) return false;
   *line = kw::FromUtf8(bytes);
   return true;
