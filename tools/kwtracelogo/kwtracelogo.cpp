@@ -202,12 +202,17 @@ void SaveSeen(const Block& block, const std::vector<std::u16string>& seen) {
   localtime_r(&now, &local);
   char stamp[32];
   strftime(stamp, sizeof stamp, "%Y%m%d-%H%M%S", &local);
-  std::wstring name =
-      kw::WidePath(std::string("TraceLogo-") + stamp + "-" + std::to_string(block.Pid()) + ".log");
+  const std::string base = std::string("TraceLogo-") + stamp + "-" + std::to_string(block.Pid());
   std::string bytes;
   for (const std::u16string& line : seen) bytes += kw::ToUtf8(kw::FromUtf16(line)) + "\r\n";
   kw::Fs().CreateDirectories(block.Folder());
-  if (!kw::Fs().WriteFileAtomic(kw::JoinPath(block.Folder(), name), bytes)) {
+  // Two companions of one host (its trace log was made again) may end in the same second:
+  // the later one takes the next free name instead of replacing the other's file.
+  std::wstring path = kw::JoinPath(block.Folder(), kw::WidePath(base + ".log"));
+  for (int n = 2; kw::Fs().IsFile(path) && n < 100; ++n) {
+    path = kw::JoinPath(block.Folder(), kw::WidePath(base + "-" + std::to_string(n) + ".log"));
+  }
+  if (!kw::Fs().WriteFileAtomic(path, bytes)) {
     fprintf(stderr, "kwtracelogo: cannot save the trace in \"%s\"\n",
             kw::NativePath(block.Folder()).c_str());
   }
