@@ -1,6 +1,7 @@
 #include "msg/TraceLogo.h"
 
 #include <fcntl.h>
+#include <signal.h>
 #include <spawn.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
@@ -111,9 +112,25 @@ CTraceLogo* CTraceLogo::GetInstance(bool create) {
 void CTraceLogo::Destroy() {
   m_sFailed = false;
   if (!m_sInstance) return;
+  m_sInstance->LetCompanionCatchUp();
   m_sInstance->Clear();
   delete m_sInstance;
   m_sInstance = nullptr;
+}
+
+// Lines written just before a normal end would be wiped before the companion's next poll, so a
+// running companion is asked to finish (it reads what is left, saves and exits) and given a
+// bounded time to do so before the block goes.
+void CTraceLogo::LetCompanionCatchUp() {
+  if (m_companion <= 0) return;
+  if (waitpid(m_companion, nullptr, WNOHANG) != 0 || kill(m_companion, SIGTERM) != 0) return;
+  for (unsigned waited = 0; waited < tl::kCompanionFinishMs; waited += 5) {
+    if (waitpid(m_companion, nullptr, WNOHANG) != 0) {
+      m_companion = 0;
+      return;
+    }
+    usleep(5000);
+  }
 }
 
 CTraceLogo::~CTraceLogo() {

@@ -76,6 +76,7 @@ class CTraceLogo {
   bool CreateBlock(const std::wstring& folder);
   void StartCompanion();
   void Wipe();
+  void LetCompanionCatchUp();
   void SetState(uint32_t state);
   // Makes the line whose units after the first are already at the end of the list visible:
   // stores its first unit last, then counts its bytes (terminator included) as used.

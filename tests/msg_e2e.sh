@@ -87,8 +87,12 @@ grep -qF "</RDMsg_SendMessage1>" "$work/live.txt" || fail "companion printed not
 printf 'QUIT\n' >&4
 exec 3>&- 4>&-
 wait "$host2" || fail "host 2 exit status"
-# After a normal end the companion keeps what it saw before the host wiped the block.
+# After a normal end the companion has read every line before the host wiped the block: the
+# saved file ends with the host-end line and the unload line.
 wait_for 10 compgen -G "$work/user/logo/TraceLogo-*-$host2.log" >/dev/null || fail "no log of host 2"
-grep -qF "<RDMsg_SendMessage1 type='5' msg='7' from=''>" "$work/user/logo/TraceLogo-"*"-$host2.log" ||
-  fail "log of host 2"
+log2=$(lines_of "$work/user/logo/TraceLogo-"*"-$host2.log")
+grep -qF "<RDMsg_SendMessage1 type='5' msg='7' from=''>" <<<"$log2" || fail "log of host 2"
+[[ $(tail -n 1 <<<"$log2") == "<RDPubUnloaded />" ]] || fail "last line of host 2: $log2"
+[[ $(tail -n 2 <<<"$log2" | head -n 1) == "<AutoCADQuited msg=0x10  time="* ]] ||
+  fail "host-end line of host 2: $log2"
 echo "msg_e2e: ok"

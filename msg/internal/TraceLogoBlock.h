@@ -42,6 +42,12 @@ inline constexpr char kCompanionArg0[] = "TraceLogo";
 // The companion inherits the block on this descriptor (it opens the name only when the
 // descriptor is not a block of its parent).
 inline constexpr int kCompanionBlockFd = 3;
+// The companion reads the block this often.
+inline constexpr unsigned kCompanionPollMs = 10;
+// When the trace log is destroyed (the host ends normally), the host asks a running companion
+// to finish (SIGTERM: it reads the last lines, saves and exits) and waits for it at most this
+// long before it wipes the block.
+inline constexpr unsigned kCompanionFinishMs = 1000;
 
 // Offset of the line area for a folder of `folderUnits` UTF-16 units (without the 0).
 inline constexpr size_t LineAreaOffset(size_t folderUnits) {

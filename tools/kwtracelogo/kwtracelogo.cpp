@@ -33,7 +33,7 @@ namespace tl = KWRDPub::tracelogo;
 
 namespace {
 
-constexpr useconds_t kPollMicros = 10000;
+constexpr useconds_t kPollMicros = tl::kCompanionPollMs * 1000;
 volatile sig_atomic_t g_stop = 0;
 
 void OnSignal(int) {
