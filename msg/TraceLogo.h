@@ -38,10 +38,10 @@ class CTraceLogo {
   // The trace log, created first when `create` is true and there is none. Null when there is
   // none (or creation failed: the failure is remembered and not retried).
   static CTraceLogo* GetInstance(bool create);
-  // Wipes the line area and destroys the trace log: unmaps the block and removes its name.
-  // Nothing when there is none. A later GetInstance(true) creates a new block (and starts a new
-  // companion). The companion is not stopped: it keeps the lines it saw and saves them when the
-  // host process ends.
+  // Destroys the trace log: first asks a running companion to finish (it reads the last lines,
+  // saves them and exits; waited for at most 1 s), then wipes the line area, unmaps the block and
+  // removes its name. Nothing when there is none. A later GetInstance(true) creates a new block
+  // (and starts a new companion).
   static void Destroy();
 
   // Appends one formatted line (see TraceLogo).
@@ -61,8 +61,8 @@ class CTraceLogo {
   // Line-area bytes in use and the wipe threshold.
   size_t UsedBytes() const { return m_used; }
   size_t FullBytes() const { return m_full; }
-  // The companion's process id, or 0 when it could not be started. It runs in a process group
-  // of its own, is never awaited, and is reaped only if it has ended when the log is destroyed.
+  // The companion's process id, or 0 when it could not be started or has finished. It runs in a
+  // process group of its own; only Destroy waits for it, briefly.
   pid_t CompanionPid() const { return m_companion; }
 
   CTraceLogo(const CTraceLogo&) = delete;
