@@ -196,8 +196,19 @@ void CRDMsgManager::Release(Record& r) {
   r.watch = nullptr;
 }
 
-void CRDMsgManager::Add(Record&& record) {
+// Appends `record` (its watcher fields already set) with the name cut to 32 characters and a
+// copy of the pair list (none when either array is null). An allocation failure is traced and
+// the registration dropped.
+void CRDMsgManager::Add(const wchar_t* name, const unsigned int* types, const unsigned int* msgs,
+                        int count, Record record) {
   try {
+    if (count > 0 && types && msgs) {
+      record.keys.resize(static_cast<size_t>(count));
+      for (int k = 0; k < count; ++k) record.keys[k] = PairKey(types[k], msgs[k]);
+      record.key0 = record.keys[0];
+      record.count = count;
+    }
+    CopyName(record.name, name);
     // The array grows in steps of 8 records.
     if (m_records.size() == m_records.capacity()) m_records.reserve(m_records.size() + 8);
     m_records.push_back(std::move(record));
@@ -211,20 +222,6 @@ bool CRDMsgManager::IsRegistered(const CMsgWatch* watch) const {
                      [watch](const Record& r) { return !r.dead && r.watch == watch; });
 }
 
-// A record with its name and a copy of the pair list (absent when either array is null).
-CRDMsgManager::Record CRDMsgManager::MakeRecord(const wchar_t* name, const unsigned int* types,
-                                                const unsigned int* msgs, int count) {
-  Record r;
-  if (count > 0 && types && msgs) {
-    r.keys.resize(static_cast<size_t>(count));
-    for (int k = 0; k < count; ++k) r.keys[k] = PairKey(types[k], msgs[k]);
-    r.key0 = r.keys[0];
-    r.count = count;
-  }
-  CopyName(r.name, name);
-  return r;
-}
-
 void CRDMsgManager::Register(const wchar_t* name, unsigned int type, unsigned int msg, MsgFn fn,
                              void* userData) {
   RegisterEx(name, &type, &msg, 1, fn, userData);
@@ -233,14 +230,10 @@ void CRDMsgManager::Register(const wchar_t* name, unsigned int type, unsigned in
 void CRDMsgManager::RegisterEx(const wchar_t* name, const unsigned int* types,
                                const unsigned int* msgs, int count, MsgFn fn, void* userData) {
   if (!fn) return;
-  try {
-    Record r = MakeRecord(name, types, msgs, count);
-    r.callback = fn;
-    r.userData = userData;
-    Add(std::move(r));
-  } catch (const std::bad_alloc&) {
-    KWRDPub::DebugTrace(L"memory allocate failed:%s", L"CRDMsgManager::RegisterEx");
-  }
+  Record r;
+  r.callback = fn;
+  r.userData = userData;
+  Add(name, types, msgs, count, std::move(r));
 }
 
 void CRDMsgManager::Register(const wchar_t* name, CMsgWatch* watch, bool autoDelete) {
@@ -251,14 +244,10 @@ void CRDMsgManager::RegisterEx(const wchar_t* name, const unsigned int* types,
                                const unsigned int* msgs, int count, CMsgWatch* watch,
                                bool autoDelete) {
   if (!watch || IsRegistered(watch)) return;
-  try {
-    Record r = MakeRecord(name, types, msgs, count);
-    r.watch = watch;
-    r.autoDelete = autoDelete;
-    Add(std::move(r));
-  } catch (const std::bad_alloc&) {
-    KWRDPub::DebugTrace(L"memory allocate failed:%s", L"CRDMsgManager::RegisterEx");
-  }
+  Record r;
+  r.watch = watch;
+  r.autoDelete = autoDelete;
+  Add(name, types, msgs, count, std::move(r));
 }
 
 void CRDMsgManager::Kill(size_t index) {

@@ -120,9 +120,8 @@ class CRDMsgManager {
     wchar_t name[33] = {};
   };
 
-  static Record MakeRecord(const wchar_t* name, const unsigned int* types, const unsigned int* msgs,
-                           int count);
-  void Add(Record&& record);
+  void Add(const wchar_t* name, const unsigned int* types, const unsigned int* msgs, int count,
+           Record record);
   bool IsRegistered(const CMsgWatch* watch) const;
   void Kill(size_t index);
   void EraseDead();
