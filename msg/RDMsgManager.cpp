@@ -179,6 +179,7 @@ void CRDMsgManager::Destroy() {
 
 CRDMsgManager::CRDMsgManager() {
   m_records.reserve(8);
+  m_sendKeys.reserve(8);
   Register(L"ShowMsg", KWRDPub::kSysMsgType, KWRDPub::kShowMsgCode, &ShowMsgWatcher, nullptr);
 }
 
@@ -210,7 +211,11 @@ void CRDMsgManager::Add(const wchar_t* name, const unsigned int* types, const un
     }
     CopyName(record.name, name);
     // The array grows in steps of 8 records.
-    if (m_records.size() == m_records.capacity()) m_records.reserve(m_records.size() + 8);
+    if (m_records.size() == m_records.capacity()) {
+      m_records.reserve(m_records.size() + 8);
+      m_sendKeys.reserve(m_records.capacity());
+    }
+    m_sendKeys.push_back(record.count == 1 ? record.key0 : kAskRecord);
     m_records.push_back(std::move(record));
   } catch (const std::bad_alloc&) {
     KWRDPub::DebugTrace(L"memory allocate failed:%s", L"CRDMsgManager::Register");
@@ -258,6 +263,7 @@ void CRDMsgManager::Kill(size_t index) {
   }
   Release(m_records[index]);
   m_records.erase(m_records.begin() + static_cast<ptrdiff_t>(index));
+  m_sendKeys.erase(m_sendKeys.begin() + static_cast<ptrdiff_t>(index));
 }
 
 void CRDMsgManager::EraseDead() {
@@ -267,6 +273,7 @@ void CRDMsgManager::EraseDead() {
     if (!m_records[i].dead) continue;
     Release(m_records[i]);
     m_records.erase(m_records.begin() + static_cast<ptrdiff_t>(i));
+    m_sendKeys.erase(m_sendKeys.begin() + static_cast<ptrdiff_t>(i));
   }
 }
 
@@ -346,14 +353,17 @@ unsigned long CRDMsgManager::Deliver(KWMSGHDR* msg, uint32_t n) {
   const uint64_t key = PairKey(msg->type, msg->msg);
   unsigned long result = 0;
   const Record* records = m_records.data();
+  const uint64_t* keys = m_sendKeys.data();
   size_t count = m_records.size();
   for (size_t i = 0; i < count; ++i) {
+    // Most watchers listen to one pair, kept in a compact array: most records are passed over
+    // without being touched.
+    if (keys[i] != key && keys[i] != kAskRecord) continue;
     const Record& r = records[i];
     // A record removed during this send may name an object its module has already freed: it
     // is skipped before its filter could ask that object anything.
     if (r.dead) continue;
-    // Most watchers listen to one pair: compare it inline before the general filter.
-    if (r.count == 1 ? r.key0 != key : !Accepts(r, *msg)) continue;
+    if (r.count != 1 && !Accepts(r, *msg)) continue;
     unsigned long answer = 0;
     if (Traced()) {
       answer = DeliverTraced(i, msg, n);
@@ -368,6 +378,7 @@ unsigned long CRDMsgManager::Deliver(KWMSGHDR* msg, uint32_t n) {
     // The watcher may have registered others: the records may have moved and grown, and the
     // new ones are reached too.
     records = m_records.data();
+    keys = m_sendKeys.data();
     count = m_records.size();
     if (answer != 0) result = answer;
     if (result > 0x7FFFFFFFul) break;

@@ -15,6 +15,7 @@
 //      records receive nothing, are not listed, and are erased (their auto-deleted objects
 //      released) when the outermost send ends. Outside sends there are no dead records.
 //   4. An untraced send allocates no heap memory once the record array has room.
+//   5. m_sendKeys has one entry per record, in the same order.
 // Everything runs on the host's main thread; nothing is locked. No exception leaves the class:
 // a watcher's exception is caught, reported and delivery goes on.
 #ifndef KW_MSG_RDMSGMANAGER_H_
@@ -135,6 +136,10 @@ class CRDMsgManager {
   static void Release(Record& r);
 
   std::vector<Record> m_records;
+  // Parallel to m_records: a one-pair record's key, or kAskRecord for every other record (whose
+  // own filter decides; a real key equal to kAskRecord merely takes that slower way too).
+  std::vector<uint64_t> m_sendKeys;
+  static constexpr uint64_t kAskRecord = ~uint64_t{0};
   int m_sendDepth = 0;
   bool m_hasDead = false;
 
