@@ -11,6 +11,7 @@
 
 #include "bench/bench_util.h"
 #include "common/encoding.h"
+#include "examples/laneitems/LaneItems.h"
 #include "persist/RoadObjectXML.h"
 
 namespace {
@@ -19,23 +20,12 @@ using kwbench::Clock;
 using kwbench::Seconds;
 constexpr int kObjects = 10'000;
 
-class CItem : public KWCommonUtils::CRoadObjectXML {
- public:
-  void DoPropExchange(CXTPPropExchange* px) override {
-    CRoadObjectXML::DoPropExchange(px);
-    PX_Double(px, L"width", m_width);
-    PX_Int(px, L"lanes", m_lanes);
-  }
-  double m_width = 3.75;
-  int m_lanes = 2;
-};
+using CItem = kwexample::CLaneItem;
 
-class CItems : public KWCommonUtils::CRoadObjectXMLManager {
+// The example document, filled with kObjects objects and a default item.
+class CItems : public kwexample::CLaneItems {
  public:
-  std::wstring FileName() const override { return L"items.xml"; }
-  std::wstring FolderPath() const override { return L"/tmp"; }
-  std::wstring CollectionNode() const override { return L"Items"; }
-  std::wstring ItemNode() const override { return L"Item"; }
+  CItems() : CLaneItems(L"/tmp") {}
   void Fill() {
     for (int i = 0; i < kObjects; ++i) {
       auto* item = new CItem;
@@ -45,13 +35,6 @@ class CItems : public KWCommonUtils::CRoadObjectXMLManager {
       Add(item);
     }
     SetDefaultItem(1);
-  }
-
- protected:
-  KWCommonUtils::CRoadObjectXML* LoadRoadObject(CXTPPropExchange* node) override {
-    auto* item = new CItem;
-    item->DoPropExchange(node);
-    return item;
   }
 };
 

@@ -7,38 +7,13 @@
 #include <vector>
 
 #include "common/encoding.h"
+#include "examples/laneitems/LaneItems.h"
 #include "fuzz/one_file_fs.h"
 #include "persist/KWXMLDOM.h"
 #include "persist/RoadObjectXML.h"
 #include "persist/XMLPrivateProfile.h"
 
 namespace {
-
-class CItem : public KWCommonUtils::CRoadObjectXML {
- public:
-  void DoPropExchange(CXTPPropExchange* px) override {
-    CRoadObjectXML::DoPropExchange(px);
-    PX_Double(px, L"width", m_width);
-    PX_Int(px, L"lanes", m_lanes);
-  }
-  double m_width = 0;
-  int m_lanes = 0;
-};
-
-class CItems : public KWCommonUtils::CRoadObjectXMLManager {
- public:
-  std::wstring FileName() const override { return L"items.xml"; }
-  std::wstring FolderPath() const override { return L"/nonexistent-kw-fuzz"; }
-  std::wstring CollectionNode() const override { return L"Items"; }
-  std::wstring ItemNode() const override { return L"Item"; }
-
- protected:
-  KWCommonUtils::CRoadObjectXML* LoadRoadObject(CXTPPropExchange* node) override {
-    auto* item = new CItem;
-    item->DoPropExchange(node);
-    return item;
-  }
-};
 
 void Profile() {
   CXMLPrivateProfile p(L"/in/config.xml", L"config");
@@ -61,7 +36,7 @@ void Profile() {
 }
 
 void Store(const std::wstring& text) {
-  CItems items;
+  kwexample::CLaneItems items(L"/nonexistent-kw-fuzz");
   items.LoadXMLFile(L"/in/items.xml", {}, nullptr, false);
   items.LoadXMLString(text.c_str(), {L"a", L"B"}, nullptr, true);
   items.LoadXMLString(text.c_str(), {}, nullptr, false);
