@@ -6,7 +6,7 @@
 #include <algorithm>
 
 #include "common/text.h"
-#include "persist/XmlDoc.h"
+#include "persist/internal/XmlDoc.h"
 
 namespace kw::xml {
 

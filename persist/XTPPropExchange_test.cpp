@@ -5,8 +5,6 @@
 #include <cmath>
 #include <string>
 
-#include "persist/XmlDoc.h"
-
 namespace {
 
 std::wstring Repeat(const std::wstring& piece, int times) {

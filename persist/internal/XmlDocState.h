@@ -23,7 +23,7 @@
 #include <utility>
 #include <vector>
 
-#include "persist/XmlDoc.h"
+#include "persist/internal/XmlDoc.h"
 
 namespace kw::xml {
 

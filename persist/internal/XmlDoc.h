@@ -1,4 +1,5 @@
-// The one door through which XML enters and leaves the library (libxml2 underneath).
+// The one door through which XML enters and leaves the library (libxml2 underneath). Internal
+// to persist/ and not installed: its callers are the library's XML classes only.
 //
 // Every XML reader of the library (property exchange, profile, road object store, DOM wrappers)
 // parses with Parse() and writes with Serialize()/SaveFile(), so the safety rules live here:
@@ -12,8 +13,8 @@
 //   - nesting deeper than kMaxDepth elements is refused;
 //   - files are read through the file-system seam with a size limit, and saved atomically.
 // Failures are null/false results; nothing here throws.
-#ifndef KW_PERSIST_XMLDOC_H_
-#define KW_PERSIST_XMLDOC_H_
+#ifndef KW_PERSIST_INTERNAL_XMLDOC_H_
+#define KW_PERSIST_INTERNAL_XMLDOC_H_
 
 #include <cstdint>
 #include <memory>
@@ -74,4 +75,4 @@ void SetElementText(_xmlNode* element, std::wstring_view text);
 
 }  // namespace kw::xml
 
-#endif  // KW_PERSIST_XMLDOC_H_
+#endif  // KW_PERSIST_INTERNAL_XMLDOC_H_

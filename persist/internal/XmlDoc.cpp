@@ -1,4 +1,4 @@
-#include "persist/XmlDoc.h"
+#include "persist/internal/XmlDoc.h"
 
 #include <libxml/hash.h>
 #include <libxml/parser.h>
