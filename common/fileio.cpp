@@ -93,21 +93,44 @@ std::string NativeParent(const std::string& native) {
 }
 
 // Creates a fresh temporary file beside `final_path` with O_EXCL; retries on a name collision.
+// Mode 0600: until it has its final mode, only this process may open it.
 int CreateTemporary(const std::string& final_path, std::string* temp_path) {
   for (int attempt = 0; attempt < 100; ++attempt) {
     static unsigned counter = 0;
     *temp_path =
         final_path + ".tmp-" + std::to_string(::getpid()) + "-" + std::to_string(++counter);
-    const int fd = ::open(temp_path->c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644);
+    const int fd = ::open(temp_path->c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
     if (fd >= 0 || errno != EEXIST) return fd;
   }
   return -1;
 }
 
-// A replaced file keeps its permission bits (the temporary file starts with 0644).
-void KeepMode(const std::string& final_path, int fd) {
+// The process's file-creation mask, read without changing it (umask() would, for a moment, for
+// every thread); 022 when the kernel does not report it.
+mode_t CurrentUmask() {
+  FILE* status = std::fopen("/proc/self/status", "re");
+  if (status == nullptr) return 022;
+  unsigned mask = 022;
+  char line[256];
+  while (std::fgets(line, sizeof line, status) != nullptr) {
+    if (std::sscanf(line, "Umask: %o", &mask) == 1) break;
+  }
+  std::fclose(status);
+  return static_cast<mode_t>(mask & 0777);
+}
+
+// The mode a save ends with: a replaced file keeps its permission bits; a new file gets what
+// creating it directly would have given.
+mode_t FinalMode(const std::string& final_path) {
   struct stat st;
-  if (::stat(final_path.c_str(), &st) == 0) ::fchmod(fd, st.st_mode & 07777);
+  if (::stat(final_path.c_str(), &st) == 0) return st.st_mode & 0777;
+  return 0644 & ~CurrentUmask();
+}
+
+SaveProbe g_saveProbe = nullptr;
+
+bool Probe(SaveStep step, const std::string& temp_path) {
+  return g_saveProbe == nullptr || g_saveProbe(step, temp_path);
 }
 
 class PosixFileSystem : public FileSystem {
@@ -122,8 +145,10 @@ class PosixFileSystem : public FileSystem {
     std::string temp_path;
     Fd fd(CreateTemporary(final_path, &temp_path));
     if (!fd.ok()) return false;
-    KeepMode(final_path, fd.get());
-    const bool written = WriteAll(fd.get(), bytes.data(), bytes.size()) && ::fsync(fd.get()) == 0;
+    const bool written = Probe(SaveStep::kCreated, temp_path) &&
+                         WriteAll(fd.get(), bytes.data(), bytes.size()) &&
+                         ::fchmod(fd.get(), FinalMode(final_path)) == 0 && ::fsync(fd.get()) == 0 &&
+                         Probe(SaveStep::kBeforeRename, temp_path);
     if (!fd.Close() || !written || ::rename(temp_path.c_str(), final_path.c_str()) != 0) {
       ::unlink(temp_path.c_str());
       return false;
@@ -206,6 +231,10 @@ FileSystem* SetFileSystem(FileSystem* fs) {
   FileSystem* previous = &Fs();
   g_current = fs;
   return previous;
+}
+
+void SetSaveProbe(SaveProbe probe) {
+  g_saveProbe = probe;
 }
 
 bool FaultyFileSystem::Take(int& counter) {

@@ -6,10 +6,11 @@
 // in paths handed in; paths handed out use "/".
 //
 // Saving is always atomic (WriteFileAtomic): the bytes go to a uniquely named temporary file in
-// the same folder (created with O_EXCL), are flushed with fsync, and the temporary file is
-// renamed over the final name, after which the folder is flushed too. On any failure the
-// temporary file is removed and the previous file is left byte-identical. The final path is
-// never opened for writing.
+// the same folder (created with O_EXCL and mode 0600, so nobody else can open it while it is
+// written), the file gets its final mode (the replaced file's, or 0644 less the umask for a new
+// one), is flushed with fsync, and is renamed over the final name, after which the folder is
+// flushed too. On any failure the temporary file is removed and the previous file is left
+// byte-identical. The final path is never opened for writing.
 #ifndef KW_COMMON_FILEIO_H_
 #define KW_COMMON_FILEIO_H_
 
@@ -99,6 +100,14 @@ class FaultyFileSystem : public FileSystem {
   int fail_removes_ = 0;
   int writes_ = 0;
 };
+
+// A fault point of the POSIX WriteFileAtomic, for tests: called with the temporary file's path
+// once it is created and again just before the rename (its bytes written and its final mode
+// set). Returning false fails the save at that step, as a failed system call would. Null (the
+// default) removes the probe.
+enum class SaveStep { kCreated, kBeforeRename };
+using SaveProbe = bool (*)(SaveStep step, const std::string& temp_path);
+void SetSaveProbe(SaveProbe probe);
 
 // Path text helpers (no disk access).
 std::string NativePath(const std::wstring& path);  // UTF-8, "\\" turned into "/"

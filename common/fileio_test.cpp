@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 #include <stdlib.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <filesystem>
@@ -58,6 +59,44 @@ TEST_F(FileIoTest, FailedSavesKeepThePreviousFile) {
   EXPECT_FALSE(Fs().WriteFileAtomic(At(L"sub"), "x"));
   EXPECT_TRUE(Fs().IsDirectory(At(L"sub")));
   EXPECT_EQ(Listing(), std::vector<std::wstring>{L"a.xml"});
+}
+
+// The probe records the temporary file's permission bits at each step of a save.
+struct ModeLog {
+  static std::vector<unsigned> modes;
+  static bool failBeforeRename;
+  static bool Record(SaveStep step, const std::string& temp_path) {
+    struct stat st;
+    modes.push_back(::stat(temp_path.c_str(), &st) == 0 ? st.st_mode & 07777 : 01000);
+    return !(step == SaveStep::kBeforeRename && failBeforeRename);
+  }
+};
+std::vector<unsigned> ModeLog::modes;
+bool ModeLog::failBeforeRename = false;
+
+TEST_F(FileIoTest, TemporaryFilesArePrivateUntilTheyHaveTheirFinalMode) {
+  const mode_t oldMask = ::umask(027);
+  SetSaveProbe(&ModeLog::Record);
+  const std::string file = NativePath(At(L"p.xml"));
+  struct stat st;
+  ASSERT_TRUE(Fs().WriteFileAtomic(At(L"p.xml"), "one"));
+  EXPECT_EQ(ModeLog::modes, (std::vector<unsigned>{0600, 0640}));  // 0644 less the umask
+  ASSERT_EQ(::stat(file.c_str(), &st), 0);
+  EXPECT_EQ(st.st_mode & 07777, 0640u);
+
+  ASSERT_EQ(::chmod(file.c_str(), 0604), 0);  // a replaced file keeps its own mode
+  ModeLog::modes.clear();
+  ASSERT_TRUE(Fs().WriteFileAtomic(At(L"p.xml"), "two"));
+  EXPECT_EQ(ModeLog::modes, (std::vector<unsigned>{0600, 0604}));
+
+  ModeLog::failBeforeRename = true;  // a failure at the last step leaves nothing behind
+  EXPECT_FALSE(Fs().WriteFileAtomic(At(L"p.xml"), "three"));
+  SetSaveProbe(nullptr);
+  ::umask(oldMask);
+  std::string back;
+  ASSERT_TRUE(Fs().ReadFile(At(L"p.xml"), &back));
+  EXPECT_EQ(back, "two");
+  EXPECT_EQ(Listing(), std::vector<std::wstring>{L"p.xml"});
 }
 
 TEST_F(FileIoTest, ReadsRefuseFilesOverTheLimitAndMissingFiles) {
