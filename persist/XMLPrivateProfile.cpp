@@ -74,27 +74,32 @@ std::wstring SectionPath(const wchar_t* section) {
 // Invariants:
 //   1. cachedSection, when set, is a section of document and cachedSectionPath its path.
 //   2. document is null or was created for exactly one mode; no other document is open.
+//   3. lost is true when a change made since the last public Close() did not reach the file
+//      (dropped, or its save failed); only the public Close() reports and clears it.
 struct CXMLPrivateProfile::Impl {
   std::unique_ptr<CXTPPropExchangeXMLNode> document;
   std::wstring pathName;
   std::wstring rootName;
   std::wstring cachedSectionPath;
   std::unique_ptr<CXTPPropExchangeXMLNode> cachedSection;
+  bool lost = false;
 
   void Release() {
     cachedSection.reset();
     cachedSectionPath.clear();
   }
 
-  void Close() {
+  void Flush() {
     Release();
-    if (document && document->IsStoring()) document->SaveToFile(pathName.c_str(), true);
+    if (document && document->IsStoring() && !document->SaveToFile(pathName.c_str(), true)) {
+      lost = true;
+    }
     document.reset();
   }
 
   CXTPPropExchangeXMLNode* Open(bool storing) {
     if (document && document->IsStoring() == storing) return document.get();
-    Close();
+    Flush();
     auto node = std::make_unique<CXTPPropExchangeXMLNode>(!storing, rootName.c_str());
     if (kw::FileExists(pathName)) {
       if (!node->LoadFromFile(pathName.c_str())) return nullptr;
@@ -126,9 +131,8 @@ struct CXMLPrivateProfile::Impl {
   }
 
   void Write(const wchar_t* section, const wchar_t* key, std::wstring text) {
-    if (CXTPPropExchangeXMLNode* node = Section(section, true)) {
-      PX_String(node, KeyName(node, key), text);
-    }
+    CXTPPropExchangeXMLNode* node = Section(section, true);
+    if (node == nullptr || !PX_String(node, KeyName(node, key), text)) lost = true;
   }
 
   // The key's text; empty when the file, section or key is missing.
@@ -149,17 +153,20 @@ CXMLPrivateProfile::CXMLPrivateProfile(const wchar_t* pathName, const wchar_t* r
 }
 
 CXMLPrivateProfile::~CXMLPrivateProfile() {
-  Close();
+  m_pImpl->Flush();
 }
 
 void CXMLPrivateProfile::SetPathName(const wchar_t* pathName, const wchar_t* rootName) {
-  Close();
+  m_pImpl->Flush();
   m_pImpl->pathName = kw::View(pathName);
   m_pImpl->rootName = kw::View(rootName);
 }
 
-void CXMLPrivateProfile::Close() {
-  m_pImpl->Close();
+bool CXMLPrivateProfile::Close() {
+  m_pImpl->Flush();
+  const bool stored = !m_pImpl->lost;
+  m_pImpl->lost = false;
+  return stored;
 }
 
 std::wstring CXMLPrivateProfile::FormatDouble(double value, bool bExact) {
@@ -311,7 +318,10 @@ void CXMLPrivateProfile::GetAllKey(const wchar_t* section, std::vector<std::wstr
 void CXMLPrivateProfile::RemoveKey(const wchar_t* section, const wchar_t* key) {
   CXTPPropExchangeXMLNode* doc = m_pImpl->Open(true);
   m_pImpl->Release();
-  if (doc == nullptr) return;
+  if (doc == nullptr) {
+    m_pImpl->lost = true;
+    return;
+  }
   if (auto node = doc->FindSection(SectionPath(section).c_str())) {
     node->RemoveProperty(Impl::KeyName(node.get(), key));
   }
@@ -320,5 +330,9 @@ void CXMLPrivateProfile::RemoveKey(const wchar_t* section, const wchar_t* key) {
 void CXMLPrivateProfile::RemoveSection(const wchar_t* section) {
   CXTPPropExchangeXMLNode* doc = m_pImpl->Open(true);
   m_pImpl->Release();
-  if (doc != nullptr) doc->RemoveSection(SectionPath(section).c_str());
+  if (doc == nullptr) {
+    m_pImpl->lost = true;
+    return;
+  }
+  doc->RemoveSection(SectionPath(section).c_str());
 }

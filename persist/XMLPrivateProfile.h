@@ -17,8 +17,8 @@
 //
 // Failure: a missing file, section or key reads as the default with result 0. A file that does
 // not parse (or whose root element has another name) fails both modes: reads give defaults and
-// writes are dropped, so a damaged file is never overwritten. A file that cannot be written is
-// not reported. Nothing throws.
+// writes are dropped, so a damaged file is never overwritten. Close() tells whether every change
+// made since the last Close() reached the file. Nothing throws.
 //
 // Copies share one document (the copy and the original see each other's writes); closing either
 // closes it for both.
@@ -40,8 +40,11 @@ class CXMLPrivateProfile {
   // Closes the current document, then remembers the file and root element name (nothing is
   // opened yet).
   void SetPathName(const wchar_t* pathName, const wchar_t* rootName);
-  // Writes a storing document to the file, then forgets the document.
-  void Close();
+  // Writes a storing document to the file, then forgets the document. False when a change made
+  // since the last Close() did not reach the file: the file could not be written (the previous
+  // one is then kept), it was damaged (changes to it are dropped), or a section or key name is
+  // not an XML name. The destructor and SetPathName() close without reporting.
+  bool Close();
 
   void WriteValue(const wchar_t* section, const wchar_t* key, const wchar_t* value);
   void WriteValue(const wchar_t* section, const wchar_t* key, int value);

@@ -9,6 +9,7 @@
 #include <fstream>
 #include <iterator>
 
+#include "common/encoding.h"
 #include "common/fileio.h"
 
 namespace {
@@ -182,9 +183,63 @@ TEST_F(XMLPrivateProfileTest, DamagedFilesAreNeverOverwritten) {
       EXPECT_EQ(p.ReadValue(L"s", L"a", v, 9), 0);
       EXPECT_EQ(v, 9);
       p.WriteValue(L"s", L"a", 2);
+      EXPECT_FALSE(p.Close());  // the write was dropped
       p.RemoveSection(L"s");
+      EXPECT_FALSE(p.Close());
+      EXPECT_TRUE(p.Close());  // nothing changed since
     }
     EXPECT_EQ(FileBytes(), bytes);
+  }
+}
+
+// The encoding named by the file's declaration (a UTF-16 file starts with its byte order mark).
+std::string DeclaredEncoding(const std::string& bytes) {
+  std::string text = bytes.starts_with("\xFF\xFE")
+                         ? kw::ToUtf8(kw::FromUtf16LEBytes(bytes.data() + 2, bytes.size() - 2))
+                         : bytes;
+  size_t at = text.find("encoding=\"");
+  if (at == std::string::npos) return "";
+  at += 10;
+  return text.substr(at, text.find('"', at) - at);
+}
+
+// A name the declared encoding cannot hold is written as a character reference by the XML
+// writer, which no reader accepts in a name: the file is written in UTF-8 instead. A name the
+// encoding holds keeps the file in its encoding.
+TEST_F(XMLPrivateProfileTest, EveryDeclaredEncodingKeepsTheFileLoadable) {
+  struct Case {
+    const char* encoding;
+    bool holdsGerman;   // "Größe"
+    bool holdsChinese;  // "宽度"
+  };
+  const Case cases[] = {{"UTF-8", true, true},       {"UTF-16", true, true},
+                        {"ISO-8859-1", true, false}, {"windows-1252", true, false},
+                        {"US-ASCII", false, false},  {"GBK", false, true},
+                        {"GB2312", false, true},     {"GB18030", true, true}};
+  const std::string body = "<config><Road><W>1</W></Road></config>\n";
+  for (const Case& c : cases) {
+    for (const wchar_t* name : {L"Größe", L"宽度"}) {
+      SCOPED_TRACE(std::string(c.encoding) + " " + kw::ToUtf8(name));
+      const std::string head =
+          "<?xml version=\"1.0\" encoding=\"" + std::string(c.encoding) + "\"?>\n";
+      PutFile(std::string(c.encoding) == "UTF-16"
+                  ? "\xFF\xFE" + kw::ToUtf16LEBytes(kw::FromUtf8(head + body))
+                  : head + body);
+      {
+        CXMLPrivateProfile p(path_.c_str(), L"config");
+        p.WriteValue(L"Road", name, L"wert 值");
+        EXPECT_TRUE(p.Close());
+      }
+      const bool holds = name[0] == L'G' ? c.holdsGerman : c.holdsChinese;
+      EXPECT_EQ(DeclaredEncoding(FileBytes()), holds ? c.encoding : "UTF-8");
+      CXMLPrivateProfile p(path_.c_str(), L"config");
+      std::wstring value;
+      int w = 0;
+      EXPECT_EQ(p.ReadValue(L"Road", name, value, nullptr), 1);
+      EXPECT_EQ(value, L"wert 值");
+      EXPECT_EQ(p.ReadValue(L"Road", L"W", w, 0), 1);
+      EXPECT_EQ(w, 1);
+    }
   }
 }
 
@@ -200,8 +255,18 @@ TEST_F(XMLPrivateProfileTest, FailedSaveKeepsThePreviousFile) {
   {
     CXMLPrivateProfile p(path_.c_str(), L"config");
     p.WriteValue(L"s", L"a", 2);
+    EXPECT_FALSE(p.Close());
+    p.WriteValue(L"s", L"a", 3);
+    int v = 0;
+    EXPECT_EQ(p.ReadValue(L"s", L"a", v, 0), 1);  // the save before the read failed
+    EXPECT_EQ(v, 1);
+    EXPECT_FALSE(p.Close());
+    p.WriteValue(L"s", L"bad name", 4);
+    faulty.Reset();
+    EXPECT_FALSE(p.Close());  // not an XML name
   }
   EXPECT_EQ(FileBytes(), before);
+  faulty.FailWrites();
   faulty.Reset();
   faulty.FailReads();
   CXMLPrivateProfile p(path_.c_str(), L"config");

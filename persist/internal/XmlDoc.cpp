@@ -1,5 +1,7 @@
 #include "persist/internal/XmlDoc.h"
 
+#include <iconv.h>
+#include <libxml/encoding.h>
 #include <libxml/hash.h>
 #include <libxml/parser.h>
 #include <libxml/tree.h>
@@ -120,6 +122,90 @@ bool Dump(xmlDoc* doc, const char* encoding, bool formatted, std::string* out) {
   return true;
 }
 
+// Whether the encoder writes the UTF-8 text as characters. The writer turns a character the
+// encoding lacks into a character reference, which stands for that character only in text and
+// attribute values: in a name it makes the file malformed, in a comment, a processing
+// instruction or a CDATA section it changes the content.
+bool Encodes(xmlCharEncodingHandler* handler, const xmlChar* utf8) {
+  const int length = xmlStrlen(utf8);
+  bool ascii = true;
+  for (int i = 0; i < length; ++i) ascii = ascii && utf8[i] < 0x80;
+  if (ascii) return true;  // every encoding a document can declare holds ASCII
+  std::string out(static_cast<size_t>(length) * 4 + 16, '\0');
+  if (handler->output != nullptr) {
+    int inLength = length;
+    int outLength = static_cast<int>(out.size());
+    int done =
+        handler->output(reinterpret_cast<unsigned char*>(out.data()), &outLength, utf8, &inLength);
+    return done >= 0 && inLength == length;
+  }
+  if (handler->iconv_out == nullptr) return false;
+  ::iconv(handler->iconv_out, nullptr, nullptr, nullptr, nullptr);
+  char* in = reinterpret_cast<char*>(const_cast<xmlChar*>(utf8));
+  size_t inLeft = static_cast<size_t>(length);
+  char* to = out.data();
+  size_t outLeft = out.size();
+  return ::iconv(handler->iconv_out, &in, &inLeft, &to, &outLeft) != static_cast<size_t>(-1) &&
+         inLeft == 0;
+}
+
+// The texts of one node that must be written as characters.
+bool NodeEncodes(xmlCharEncodingHandler* handler, const xmlNode* node) {
+  if (node->name != nullptr && !Encodes(handler, node->name)) return false;
+  if ((node->type == XML_ELEMENT_NODE || node->type == XML_ATTRIBUTE_NODE) && node->ns &&
+      node->ns->prefix && !Encodes(handler, node->ns->prefix)) {
+    return false;
+  }
+  const bool literal = node->type == XML_COMMENT_NODE || node->type == XML_PI_NODE ||
+                       node->type == XML_CDATA_SECTION_NODE;
+  return !literal || node->content == nullptr || Encodes(handler, node->content);
+}
+
+bool ElementEncodes(xmlCharEncodingHandler* handler, const xmlNode* element) {
+  if (!NodeEncodes(handler, element)) return false;
+  for (const xmlAttr* a = element->properties; a != nullptr; a = a->next) {
+    if (!NodeEncodes(handler, reinterpret_cast<const xmlNode*>(a))) return false;
+  }
+  for (const xmlNs* ns = element->nsDef; ns != nullptr; ns = ns->next) {
+    if (ns->prefix != nullptr && !Encodes(handler, ns->prefix)) return false;
+  }
+  return true;
+}
+
+// Walks every node of the document without recursion; false at the first one whose markup the
+// encoding cannot hold.
+bool TreeEncodes(xmlCharEncodingHandler* handler, const xmlDoc* doc) {
+  const xmlNode* node = doc->children;
+  while (node != nullptr) {
+    if (!(node->type == XML_ELEMENT_NODE ? ElementEncodes(handler, node)
+                                         : NodeEncodes(handler, node))) {
+      return false;
+    }
+    if (node->children != nullptr && node->type == XML_ELEMENT_NODE) {
+      node = node->children;
+      continue;
+    }
+    while (node->next == nullptr && node->parent != nullptr &&
+           node->parent->type == XML_ELEMENT_NODE) {
+      node = node->parent;
+    }
+    node = node->next;
+  }
+  return true;
+}
+
+// The encoding a save writes: the document's own when its markup fits it, else UTF-8, so that a
+// saved file always loads again.
+const char* OutputEncoding(xmlDoc* doc) {
+  const char* own = reinterpret_cast<const char*>(doc->encoding);
+  if (own == nullptr) return "UTF-8";
+  xmlCharEncodingHandlerPtr handler = xmlFindCharEncodingHandler(own);
+  if (handler == nullptr) return "UTF-8";
+  const bool fits = TreeEncodes(handler, doc);
+  xmlCharEncCloseFunc(handler);
+  return fits ? own : "UTF-8";
+}
+
 bool IsXmlChar(wchar_t c) {
   auto u = static_cast<uint32_t>(c);
   return u == 0x9 || u == 0xA || u == 0xD || (u >= 0x20 && u <= 0xD7FF) ||
@@ -157,8 +243,7 @@ DocPtr ParseFile(const std::wstring& path, bool keepBlanks) {
 
 bool Serialize(_xmlDoc* doc, bool formatted, std::string* out) {
   if (doc == nullptr) return false;
-  const char* encoding = doc->encoding ? reinterpret_cast<const char*>(doc->encoding) : "UTF-8";
-  return Dump(doc, encoding, formatted, out);
+  return Dump(doc, OutputEncoding(doc), formatted, out);
 }
 
 std::wstring SerializeText(_xmlDoc* doc, bool formatted) {
@@ -169,8 +254,9 @@ std::wstring SerializeText(_xmlDoc* doc, bool formatted) {
   const std::string_view kDecl = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>";
   if (utf8.compare(0, kDecl.size(), kDecl) == 0) {
     std::string decl = "<?xml version=\"1.0\"";
-    if (doc->encoding != nullptr) {
-      decl += " encoding=\"" + std::string(reinterpret_cast<const char*>(doc->encoding)) + "\"";
+    const char* encoding = OutputEncoding(doc);
+    if (doc->encoding != nullptr && encoding == reinterpret_cast<const char*>(doc->encoding)) {
+      decl += " encoding=\"" + std::string(encoding) + "\"";
     }
     utf8.replace(0, kDecl.size(), decl + "?>");
   }

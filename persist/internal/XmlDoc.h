@@ -47,10 +47,13 @@ DocPtr ParseText(std::wstring_view text, bool keepBlanks = false);
 DocPtr ParseFile(const std::wstring& path, bool keepBlanks = false);
 
 // The document as bytes with an XML declaration, in the document's own encoding (UTF-8 when it
-// has none). formatted indents elements that hold only elements. False when the encoding is
-// unknown to the converter.
+// has none, or when a name, comment, processing instruction or CDATA section holds a character
+// that encoding lacks: a character reference can stand in only within text and attribute
+// values, so the file would not load again). formatted indents elements that hold only
+// elements. False when the document is null or the writer fails.
 bool Serialize(_xmlDoc* doc, bool formatted, std::string* out);
-// The document as wide text; the declaration names no encoding unless the document has one.
+// The document as wide text; the declaration names the encoding Serialize() would write in,
+// and none when the document has none or it would fall back to UTF-8.
 std::wstring SerializeText(_xmlDoc* doc, bool formatted);
 // Serialize() then kw::Fs().WriteFileAtomic(): the previous file survives any failure.
 bool SaveFile(_xmlDoc* doc, const std::wstring& path, bool formatted);
