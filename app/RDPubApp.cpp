@@ -112,10 +112,6 @@ void CRDPubApp::MsgWatchers() {
   CRDMsgManager::GetInstance()->TraceWatchers();
 }
 
-void CRDPubApp::RDVar() {
-  RDUserConfig::RDVar();
-}
-
 extern "C" AcRx::AppRetCode acrxEntryPoint(AcRx::AppMsgCode msg, void* pkt) {
   return CRDPubApp::GetInstance().Dispatch(msg, pkt);
 }

@@ -244,6 +244,7 @@ bool FaultyFileSystem::Take(int& counter) {
 }
 
 bool FaultyFileSystem::ReadFile(const std::wstring& path, std::string* bytes, uint64_t max_bytes) {
+  ++reads_;
   return !Take(fail_reads_) && base_.ReadFile(path, bytes, max_bytes);
 }
 

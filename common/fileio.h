@@ -79,6 +79,7 @@ class FaultyFileSystem : public FileSystem {
   void FailRemoves(int count = -1) { fail_removes_ = count; }
   void Reset() { fail_writes_ = fail_reads_ = fail_mkdirs_ = fail_removes_ = 0; }
   int writes() const { return writes_; }
+  int reads() const { return reads_; }
 
   bool ReadFile(const std::wstring& path, std::string* bytes, uint64_t max_bytes) override;
   bool WriteFileAtomic(const std::wstring& path, std::string_view bytes) override;
@@ -99,6 +100,7 @@ class FaultyFileSystem : public FileSystem {
   int fail_mkdirs_ = 0;
   int fail_removes_ = 0;
   int writes_ = 0;
+  int reads_ = 0;
 };
 
 // A fault point of the POSIX WriteFileAtomic, for tests: called with the temporary file's path

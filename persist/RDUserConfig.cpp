@@ -9,14 +9,13 @@
 #include "common/format.h"
 #include "common/paths.h"
 #include "common/text.h"
-#include "host/api/adesk.h"
-#include "host/api/editor.h"
 #include "persist/XMLPrivateProfile.h"
 
 namespace RDUserConfig {
 namespace {
 
 constexpr const wchar_t* kSection = L"Road";
+constexpr const wchar_t* kRoot = L"config";
 
 enum EState { kNotLoaded = 0, kAbsent = 1, kStored = 2, kChanged = 3 };
 
@@ -34,10 +33,15 @@ struct Record {
 // Invariants:
 //   1. records is sorted by upper (ordinal), and no two records have the same upper name.
 //   2. byUpper maps every record's upper name to that record and holds nothing else.
+//   3. Until fileRead, fileTexts is empty. Afterwards fileTexts maps each key of section "Road"
+//      to the non-empty text a read of it gives: the file's as read once, or the text a later
+//      successful Save() wrote (a key saved empty is absent).
 struct Table {
   std::vector<std::unique_ptr<Record>> records;
   std::unordered_map<std::wstring, Record*> byUpper;
   std::wstring key;  // reused lookup buffer: getters do not allocate
+  bool fileRead = false;
+  std::unordered_map<std::wstring, std::wstring> fileTexts;
 };
 
 Table& TheTable() {
@@ -69,32 +73,46 @@ Record* Insert(const wchar_t* name, EValueType type) {
   return raw;
 }
 
-std::wstring ProfilePath() {
-  return KWRDPub::GetCurUserKeldornPath() + L"/SoftConfig.xml";
+// The settings file; "" (and the reason in *why) when there is no usable per-user folder.
+std::wstring ProfilePath(std::wstring* why) {
+  std::wstring folder = KWRDPub::GetCurUserKeldornPath();
+  if (folder.empty()) {
+    if (why != nullptr) *why = L"无法保存用户变量: 没有可用的用户目录";
+    return {};
+  }
+  return folder + L"/SoftConfig.xml";
 }
 
-void LoadRecord(CXMLPrivateProfile& profile, Record& r) {
-  bool found = false;
+// Reads the file once: one parse, one pass over section "Road".
+void ReadFile(Table& t) {
+  t.fileRead = true;
+  std::wstring path = ProfilePath(nullptr);
+  if (path.empty()) return;
+  CXMLPrivateProfile profile(path.c_str(), kRoot);
+  profile.VisitValues(kSection, [&t](const std::wstring& key, const std::wstring& text) {
+    t.fileTexts.emplace(key, text);  // the first of a repeated key counts
+  });
+}
+
+void LoadRecord(const Table& t, Record& r) {
+  auto found = t.fileTexts.find(r.name);
+  r.state = found == t.fileTexts.end() ? kAbsent : kStored;
+  if (r.state == kAbsent) return;
+  const std::wstring& text = found->second;
   if (r.type == kIntVar) {
-    std::wstring text;
-    found = profile.ReadValue(kSection, r.name.c_str(), text, nullptr) != 0;
-    if (found) r.intValue = kw::WToI(text);
+    r.intValue = kw::WToI(text);
   } else if (r.type == kDoubleVar) {
-    double value = 0.0;
-    found = profile.ReadValue(kSection, r.name.c_str(), value, 0.0) != 0;
-    if (found) r.doubleValue = value;
+    r.doubleValue = CXMLPrivateProfile::ParseDouble(text);
   } else {
-    std::wstring text;
-    found = profile.ReadValue(kSection, r.name.c_str(), text, nullptr) != 0;
-    if (found) r.strValue = text;
+    r.strValue = text;
   }
-  r.state = found ? kStored : kAbsent;
 }
 
 void LoadTable() {
-  CXMLPrivateProfile profile(ProfilePath().c_str(), L"config");
-  for (auto& r : TheTable().records) {
-    if (r->state == kNotLoaded) LoadRecord(profile, *r);
+  Table& t = TheTable();
+  if (!t.fileRead) ReadFile(t);
+  for (auto& r : t.records) {
+    if (r->state == kNotLoaded) LoadRecord(t, *r);
   }
 }
 
@@ -211,75 +229,54 @@ int Find(const wchar_t* name) {
   return static_cast<int>(at - records.begin());
 }
 
-void Save() {
-  auto& records = TheTable().records;
-  bool changed = std::any_of(records.begin(), records.end(),
-                             [](const auto& r) { return r->state == kChanged; });
-  if (!changed) return;
-  CXMLPrivateProfile profile(ProfilePath().c_str(), L"config");
-  for (auto& r : records) {
-    if (r->state != kChanged) continue;
-    profile.WriteValue(kSection, r->name.c_str(), TextOf(*r).c_str());
-    r->state = kStored;
+bool Save(std::wstring* error) {
+  Table& t = TheTable();
+  std::vector<Record*> changed;
+  for (auto& r : t.records) {
+    if (r->state == kChanged) changed.push_back(r.get());
   }
-  profile.Close();
+  if (changed.empty()) return true;
+  std::wstring why;
+  std::wstring path = ProfilePath(&why);
+  bool stored = false;
+  if (!path.empty()) {
+    CXMLPrivateProfile profile(path.c_str(), kRoot);
+    for (Record* r : changed) profile.WriteValue(kSection, r->name.c_str(), TextOf(*r).c_str());
+    stored = profile.Close();
+    if (!stored) why = kw::FormatW(L"无法保存用户变量到 %s", path.c_str());
+  }
+  if (!stored) {
+    if (error != nullptr) *error = why;
+    return false;
+  }
+  for (Record* r : changed) {
+    r->state = kStored;
+    std::wstring text = TextOf(*r);
+    if (!t.fileRead) continue;
+    if (text.empty()) {
+      t.fileTexts.erase(r->name);
+    } else {
+      t.fileTexts[r->name] = std::move(text);
+    }
+  }
+  return true;
+}
+
+std::vector<VarText> RegisteredVars() {
+  std::vector<VarText> vars;
+  for (int i = 0; i < Count(); ++i) {
+    const Record& r = *TheTable().records[static_cast<size_t>(i)];
+    if (r.registered) vars.push_back({r.name, GetStrVar(r.name.c_str(), nullptr)});
+  }
+  return vars;
 }
 
 void Clear() {
-  TheTable().records.clear();
-  TheTable().byUpper.clear();
-}
-
-namespace {
-
-constexpr size_t kAnswerChars = 2049;
-
-void ListRegistered() {
-  for (int i = 0; i < Count(); ++i) {
-    Record& r = *TheTable().records[static_cast<size_t>(i)];
-    if (r.registered)
-      acutPrintf(L"\n%s\t\t%s", r.name.c_str(), GetStrVar(r.name.c_str(), nullptr).c_str());
-  }
-}
-
-// Asks for the new value of a registered variable by its type and stores it on normal input.
-void EditVariable(const wchar_t* answer) {
-  std::wstring prompt =
-      kw::FormatW(L"\n输入变量 %s 的新值 <%s>:", answer, GetStrVar(answer, nullptr).c_str());
-  EValueType type = VarValueType(answer);
-  if (type == kIntVar) {
-    int value = 0;
-    if (acedGetInt(prompt.c_str(), &value) != RTNORM) return;
-    SetVar(answer, value);
-  } else if (type == kDoubleVar) {
-    double value = 0.0;
-    if (acedGetReal(prompt.c_str(), &value) != RTNORM) return;
-    SetVar(answer, value);
-  } else {
-    wchar_t value[kAnswerChars] = {};
-    if (acedGetString(0, prompt.c_str(), value, kAnswerChars) != RTNORM) return;
-    SetVar(answer, static_cast<const wchar_t*>(value));
-  }
-  Save();
-}
-
-}  // namespace
-
-void RDVar() {
-  wchar_t answer[kAnswerChars];
-  for (;;) {
-    answer[0] = L'\0';
-    if (acedGetString(0, L"\n输入变量名或[?]:", answer, kAnswerChars) != RTNORM) return;
-    if (answer[0] == L'\0') return;
-    if (std::wstring_view(answer) == L"?") {
-      ListRegistered();
-    } else if (IsRegisterVar(answer)) {
-      EditVariable(answer);
-      return;
-    } else {
-      acutPrintf(L"\n不存在变量 %s", answer);
-    }
-  }
+  Table& t = TheTable();
+  t.records.clear();
+  t.byUpper.clear();
+  t.fileRead = false;
+  t.fileTexts.clear();
 }
 
 }  // namespace RDUserConfig

@@ -3,15 +3,50 @@
 #include <gtest/gtest.h>
 #include <stdlib.h>
 
+#include <atomic>
+#include <cstdint>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 
 #include "common/fileio.h"
+#include "common/format.h"
 #include "common/paths.h"
 #include "kwhost/embedded.h"
+#include "persist/XMLPrivateProfile.h"
+
+#if defined(__SANITIZE_ADDRESS__)
+// From the sanitizer runtime's allocator interface (its header is not installed with gcc).
+extern "C" int __sanitizer_install_malloc_and_free_hooks(void (*)(const volatile void*, size_t),
+                                                         void (*)(const volatile void*));
+#endif
 
 namespace {
+
+std::atomic<bool> g_counting{false};
+std::atomic<int64_t> g_allocatedBytes{0};
+
+[[maybe_unused]] void OnMalloc(const volatile void*, size_t size) {
+  if (g_counting.load(std::memory_order_relaxed)) g_allocatedBytes += static_cast<int64_t>(size);
+}
+[[maybe_unused]] void OnFree(const volatile void*) {}
+
+// The bytes every heap allocation of the process (C and C++, libxml2's included) asked for while
+// run ran, frees not subtracted; -1 when this build cannot see them (no sanitizer hooks).
+template <typename Run>
+int64_t BytesAllocatedBy(Run run) {
+#if defined(__SANITIZE_ADDRESS__)
+  static const bool installed = __sanitizer_install_malloc_and_free_hooks(&OnMalloc, &OnFree) != 0;
+  g_allocatedBytes = 0;
+  g_counting = true;
+  run();
+  g_counting = false;
+  return installed ? g_allocatedBytes.load() : -1;
+#else
+  run();
+  return -1;
+#endif
+}
 
 // The per-user folder is fixed for the life of the process: point it at a temporary folder
 // before anything asks for it.
@@ -133,41 +168,75 @@ TEST_F(RDUserConfigTest, CorruptFileLeavesDefaultsAndIsNotOverwritten) {
   EXPECT_FALSE(kwhost::TakeOutput().size());
 }
 
-TEST_F(RDUserConfigTest, RDVarListsAndEditsOnlyRegisteredVariables) {
-  int width = 5;
-  double ratio = 0.5;
-  RDUserConfig::RegisterVar(L"Width", RDUserConfig::kIntVar, &width);
-  RDUserConfig::RegisterVar(L"Ratio", RDUserConfig::kDoubleVar, &ratio);
-  RDUserConfig::RegisterVar(L"Mode", RDUserConfig::kStrVar, const_cast<wchar_t*>(L"abc"));
-  RDUserConfig::GetIntVar(L"Hidden", 1);
+TEST_F(RDUserConfigTest, LoadingReadsTheFileOnceWhateverNamesAreAskedFor) {
+  PutFile(Road("    <W>42</W>\n    <S>text</S>\n    <S>second</S>\n    <E></E>\n"));
+  kw::FaultyFileSystem counting(kw::PosixFs());
+  kw::ScopedFileSystem scope(&counting);
+  EXPECT_EQ(RDUserConfig::GetIntVar(L"W", 0), 42);
+  EXPECT_EQ(RDUserConfig::GetStrVar(L"S", nullptr), L"text");  // the first of a repeated key
+  EXPECT_EQ(RDUserConfig::GetDoubleVar(L"E", 2.5), 2.5);       // an empty text is absent
+  for (int i = 0; i < 50; ++i) RDUserConfig::GetIntVar(kw::FormatW(L"New%d", i).c_str(), i);
+  EXPECT_EQ(counting.reads(), 1);
 
-  kwhost::QueueInput(L"?\nhidden\nnope\nwidth\n12");
-  RDUserConfig::RDVar();
-  EXPECT_EQ(kwhost::TakeOutput(),
-            L"\n输入变量名或[?]:"
-            L"\nMode\t\tabc\nRatio\t\t0.5\nWidth\t\t5"
-            L"\n输入变量名或[?]:\n不存在变量 hidden"
-            L"\n输入变量名或[?]:\n不存在变量 nope"
-            L"\n输入变量名或[?]:\n输入变量 width 的新值 <5>:");
-  EXPECT_EQ(RDUserConfig::GetIntVar(L"Width", 0), 12);
-  EXPECT_EQ(FileBytes(), Road("    <Width>12</Width>\n"));
+  // A save reads the file to merge into it; a later new name sees what was saved without
+  // reading again.
+  RDUserConfig::SetVar(L"w", 43);
+  ASSERT_TRUE(RDUserConfig::Save());
+  EXPECT_EQ(counting.reads(), 2);
+  EXPECT_EQ(RDUserConfig::GetIntVar(L"Newer", 1), 1);
+  EXPECT_EQ(counting.reads(), 2);
+  RDUserConfig::Clear();  // a fresh table reads the file again, once
+  EXPECT_EQ(RDUserConfig::GetIntVar(L"W", 0), 43);
+  EXPECT_EQ(RDUserConfig::GetStrVar(L"S", nullptr), L"text");
+  EXPECT_EQ(counting.reads(), 3);
+}
 
-  kwhost::QueueInput(L"ratio\n");  // Enter on a number changes nothing
-  RDUserConfig::RDVar();
-  kwhost::QueueInput(L"mode\n");  // Enter on a string stores the empty text
-  RDUserConfig::RDVar();
-  kwhost::QueueInput(L"ratio\n^C");
-  RDUserConfig::RDVar();
-  EXPECT_EQ(kwhost::TakeOutput(),
-            L"\n输入变量名或[?]:\n输入变量 ratio 的新值 <0.5>:"
-            L"\n输入变量名或[?]:\n输入变量 mode 的新值 <abc>:"
-            L"\n输入变量名或[?]:\n输入变量 ratio 的新值 <0.5>:");
-  EXPECT_EQ(RDUserConfig::GetStrVar(L"Mode", nullptr), L"");
-  EXPECT_EQ(FileBytes(), Road("    <Width>12</Width>\n    <Mode/>\n"));
+TEST_F(RDUserConfigTest, FailedSaveSaysWhyAndKeepsTheChangeForTheNextSave) {
+  PutFile(Road("    <W>1</W>\n"));
+  const std::string before = FileBytes();
+  kw::FaultyFileSystem faulty(kw::PosixFs());
+  kw::ScopedFileSystem scope(&faulty);
+  RDUserConfig::SetVar(L"W", 2);
+  faulty.FailWrites();
+  std::wstring error;
+  EXPECT_FALSE(RDUserConfig::Save(&error));
+  EXPECT_EQ(error, L"无法保存用户变量到 " + KWRDPub::GetCurUserKeldornPath() + L"/SoftConfig.xml");
+  EXPECT_EQ(FileBytes(), before);
+  EXPECT_EQ(RDUserConfig::GetIntVar(L"W", 0), 2);
+  faulty.Reset();
+  EXPECT_TRUE(RDUserConfig::Save());
+  EXPECT_EQ(FileBytes(), Road("    <W>2</W>\n"));
+  EXPECT_EQ(faulty.writes(), 2);
+  EXPECT_TRUE(RDUserConfig::Save());  // nothing left to save
+  EXPECT_EQ(faulty.writes(), 2);
+}
 
-  kwhost::QueueInput(L"");
-  RDUserConfig::RDVar();
-  EXPECT_EQ(kwhost::TakeOutput(), L"\n输入变量名或[?]:");
+TEST_F(RDUserConfigTest, OversizedFileIsRefusedBeforeItIsRead) {
+  int seven = 7;
+  RDUserConfig::RegisterVar(L"W", RDUserConfig::kIntVar, &seven);
+  std::string body = "    <W>42</W>\n";
+  while (body.size() <= CXMLPrivateProfile::kMaxFileBytes) body += "<e/><e/><e/><e/>";
+  PutFile(Road(body));
+  const std::string before = FileBytes();
+  const int64_t bytes = BytesAllocatedBy([] { EXPECT_EQ(RDUserConfig::GetIntVar(L"W", 0), 7); });
+  if (bytes >= 0) {
+    EXPECT_LT(bytes, 64 << 10);
+  }
+  RDUserConfig::SetVar(L"W", 8);
+  EXPECT_FALSE(RDUserConfig::Save());  // treated as damaged: never overwritten
+  EXPECT_TRUE(FileBytes() == before);  // (not EXPECT_EQ: 4 MiB in a failure message)
+}
+
+// Empty elements are the content that costs most memory per byte of file (a tree node each).
+// Every byte allocated while reading is counted, transient buffers included, and stays below the
+// library's bound of 100 bytes per byte of valid input.
+TEST_F(RDUserConfigTest, ReadingTheFileCostsMemoryInProportionToItsSize) {
+  std::string body = "    <W>42</W>\n";
+  while (body.size() < CXMLPrivateProfile::kMaxFileBytes / 4) body += "<e/><e/><e/><e/>";
+  PutFile(Road(body));
+  const int64_t bytes = BytesAllocatedBy([] { EXPECT_EQ(RDUserConfig::GetIntVar(L"W", 0), 42); });
+  if (bytes < 0) GTEST_SKIP() << "this build cannot count allocations";
+  EXPECT_LT(bytes, 100 * static_cast<int64_t>(body.size()));
 }
 
 }  // namespace

@@ -102,7 +102,7 @@ struct CXMLPrivateProfile::Impl {
     Flush();
     auto node = std::make_unique<CXTPPropExchangeXMLNode>(!storing, rootName.c_str());
     if (kw::FileExists(pathName)) {
-      if (!node->LoadFromFile(pathName.c_str())) return nullptr;
+      if (!node->LoadFromFile(pathName.c_str(), kMaxFileBytes)) return nullptr;
     } else if (!storing || !node->IsValid()) {
       return nullptr;
     }
@@ -313,6 +313,16 @@ int CXMLPrivateProfile::ReadValue(const wchar_t* section, const wchar_t* key, vo
 void CXMLPrivateProfile::GetAllKey(const wchar_t* section, std::vector<std::wstring>& keys) const {
   keys.clear();
   if (CXTPPropExchangeXMLNode* node = m_pImpl->Section(section, false)) node->GetKeyNames(keys);
+}
+
+void CXMLPrivateProfile::VisitValues(
+    const wchar_t* section,
+    const std::function<void(const std::wstring& key, const std::wstring& text)>& visit) const {
+  CXTPPropExchangeXMLNode* node = m_pImpl->Section(section, false);
+  if (node == nullptr) return;
+  node->VisitValues([&](const std::wstring& key, const std::wstring& text) {
+    if (!text.empty()) visit(key, text);
+  });
 }
 
 void CXMLPrivateProfile::RemoveKey(const wchar_t* section, const wchar_t* key) {

@@ -25,6 +25,8 @@
 #ifndef KW_PERSIST_XMLPRIVATEPROFILE_H_
 #define KW_PERSIST_XMLPRIVATEPROFILE_H_
 
+#include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -33,6 +35,10 @@
 
 class CXMLPrivateProfile {
  public:
+  // A profile holds settings: a larger file is not loaded (it counts as damaged), so that
+  // reading one never costs more memory than a few dozen times this.
+  static constexpr uint64_t kMaxFileBytes = 4u << 20;
+
   CXMLPrivateProfile();
   CXMLPrivateProfile(const wchar_t* pathName, const wchar_t* rootName);
   ~CXMLPrivateProfile();
@@ -80,6 +86,13 @@ class CXMLPrivateProfile {
   // The names of the section's values (null or "" is the root element): attributes as "@name",
   // then child elements. keys is emptied first.
   void GetAllKey(const wchar_t* section, std::vector<std::wstring>& keys) const;
+  // Calls visit(key, text) for every value of the section that holds a non-empty text, keys
+  // named as GetAllKey names them and in its order. A key repeated in the section comes once
+  // per occurrence, the first being the one ReadValue reads. Nothing when the file or the
+  // section is missing. One pass over the loaded file: the way to read a whole section at once.
+  void VisitValues(
+      const wchar_t* section,
+      const std::function<void(const std::wstring& key, const std::wstring& text)>& visit) const;
   void RemoveKey(const wchar_t* section, const wchar_t* key);
   void RemoveSection(const wchar_t* section);
 

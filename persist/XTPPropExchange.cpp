@@ -116,8 +116,12 @@ bool CXTPPropExchangeXMLNode::Load(std::shared_ptr<DocState> doc) {
 }
 
 bool CXTPPropExchangeXMLNode::LoadFromFile(const wchar_t* path) {
+  return LoadFromFile(path, kw::xml::kMaxFileBytes);
+}
+
+bool CXTPPropExchangeXMLNode::LoadFromFile(const wchar_t* path, uint64_t maxBytes) {
   if (path == nullptr || !m_rootName.size()) return false;
-  kw::xml::DocPtr doc = kw::xml::ParseFile(path);
+  kw::xml::DocPtr doc = kw::xml::ParseFile(path, false, maxBytes);
   return doc && Load(std::make_shared<DocState>(std::move(doc)));
 }
 
@@ -236,6 +240,21 @@ void CXTPPropExchangeXMLNode::GetKeyNames(std::vector<std::wstring>& names) cons
   }
   for (xmlNode* child = m_node->children; child != nullptr; child = child->next) {
     if (child->type == XML_ELEMENT_NODE) names.push_back(kw::xml::FromXml(child->name));
+  }
+}
+
+void CXTPPropExchangeXMLNode::VisitValues(
+    const std::function<void(const std::wstring& name, const std::wstring& text)>& visit) const {
+  if (m_node == nullptr) return;
+  for (xmlAttr* attr = m_node->properties; attr != nullptr; attr = attr->next) {
+    xmlChar* text = xmlNodeGetContent(reinterpret_cast<xmlNode*>(attr));
+    visit(L"@" + kw::xml::FromXml(attr->name), kw::xml::FromXml(text));
+    xmlFree(text);
+  }
+  for (xmlNode* child = m_node->children; child != nullptr; child = child->next) {
+    if (child->type == XML_ELEMENT_NODE) {
+      visit(kw::xml::FromXml(child->name), kw::xml::ElementText(child));
+    }
   }
 }
 

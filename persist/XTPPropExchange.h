@@ -21,6 +21,7 @@
 #define KW_PERSIST_XTPPROPEXCHANGE_H_
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -92,6 +93,8 @@ class CXTPPropExchangeXMLNode : public CXTPPropExchange {
   // Replace the document by the file's or text's; false (nothing changed) when it does not parse
   // or its root element is not named rootName. Only a root node loads.
   bool LoadFromFile(const wchar_t* path);
+  // As LoadFromFile, refusing (before reading it) a file larger than maxBytes.
+  bool LoadFromFile(const wchar_t* path, uint64_t maxBytes);
   bool LoadFromString(const wchar_t* xml);
   // The whole document with its XML declaration, saved atomically / returned as text.
   bool SaveToFile(const wchar_t* path, bool bFormatted = true) const;
@@ -121,6 +124,11 @@ class CXTPPropExchangeXMLNode : public CXTPPropExchange {
   // Names of the values of this section: attributes first, as "@name", then child elements in
   // document order (a name repeated in the document is listed each time).
   void GetKeyNames(std::vector<std::wstring>& names) const;
+  // Calls visit(name, text) for the values of this section in GetKeyNames' order and naming;
+  // a child element's text is its own text (ElementText). Nothing is copied ahead: a caller
+  // keeps only what it needs.
+  void VisitValues(
+      const std::function<void(const std::wstring& name, const std::wstring& text)>& visit) const;
 
  private:
   friend class CXTPPropExchangeEnumerator;

@@ -7,6 +7,7 @@
 #include <libxml/tree.h>
 #include <libxml/xmlsave.h>
 
+#include <algorithm>
 #include <climits>
 #include <cstring>
 #include <mutex>
@@ -235,9 +236,9 @@ DocPtr ParseText(std::wstring_view text, bool keepBlanks) {
   return doc;
 }
 
-DocPtr ParseFile(const std::wstring& path, bool keepBlanks) {
+DocPtr ParseFile(const std::wstring& path, bool keepBlanks, uint64_t maxBytes) {
   std::string bytes;
-  if (!Fs().ReadFile(path, &bytes, kMaxFileBytes)) return nullptr;
+  if (!Fs().ReadFile(path, &bytes, std::min(maxBytes, kMaxFileBytes))) return nullptr;
   return Parse(bytes, keepBlanks);
 }
 

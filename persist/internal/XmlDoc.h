@@ -43,8 +43,10 @@ DocPtr Parse(std::string_view bytes, bool keepBlanks = false);
 // used to decode, but it is remembered as the document's encoding so that a later save to a
 // file uses it.
 DocPtr ParseText(std::wstring_view text, bool keepBlanks = false);
-// Reads the file through kw::Fs() (at most kMaxFileBytes) and parses it.
-DocPtr ParseFile(const std::wstring& path, bool keepBlanks = false);
+// Reads the file through kw::Fs() and parses it; null, with nothing allocated for its content,
+// when it holds more than maxBytes (at most kMaxFileBytes).
+DocPtr ParseFile(const std::wstring& path, bool keepBlanks = false,
+                 uint64_t maxBytes = kMaxFileBytes);
 
 // The document as bytes with an XML declaration, in the document's own encoding (UTF-8 when it
 // has none, or when a name, comment, processing instruction or CDATA section holds a character
