@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <new>
 
 #include "common/encoding.h"
@@ -203,7 +204,40 @@ class PosixFileSystem : public FileSystem {
     return true;
   }
 
+  FolderTrust CheckPrivateFolder(const std::wstring& path, std::wstring* culprit) override {
+    char* resolved = ::realpath(NativePath(path).c_str(), nullptr);
+    if (resolved == nullptr) return FolderTrust::kMissing;
+    std::string dir = resolved;
+    std::free(resolved);
+    struct stat st;
+    if (::stat(dir.c_str(), &st) != 0 || !S_ISDIR(st.st_mode)) return FolderTrust::kMissing;
+    for (bool top = true;; top = false) {
+      FolderTrust trust = top ? TrustOfOwnFolder(st) : TrustOfFolderAbove(st);
+      if (trust != FolderTrust::kPrivate) {
+        if (culprit != nullptr) *culprit = WidePath(dir);
+        return trust;
+      }
+      if (dir == "/") return FolderTrust::kPrivate;
+      dir = NativeParent(dir);
+      if (::stat(dir.c_str(), &st) != 0) return FolderTrust::kMissing;
+    }
+  }
+
  private:
+  // The folder itself: the caller's own, and closed to others.
+  static FolderTrust TrustOfOwnFolder(const struct stat& st) {
+    if (st.st_uid != ::geteuid()) return FolderTrust::kForeignOwner;
+    return (st.st_mode & S_IWOTH) ? FolderTrust::kOpenToOthers : FolderTrust::kPrivate;
+  }
+
+  // A folder above it: whoever may rename entries in it controls the path. Root's folders are
+  // trusted; one writable by others only when its sticky bit keeps them to their own entries.
+  static FolderTrust TrustOfFolderAbove(const struct stat& st) {
+    if (st.st_uid != ::geteuid() && st.st_uid != 0) return FolderTrust::kForeignOwner;
+    const bool open = (st.st_mode & S_IWOTH) && !(st.st_mode & S_ISVTX);
+    return open ? FolderTrust::kOpenToOthers : FolderTrust::kPrivate;
+  }
+
   static bool IsRegularAt(const std::string& native) {
     struct stat st;
     return ::stat(native.c_str(), &st) == 0 && S_ISREG(st.st_mode);

@@ -24,6 +24,15 @@ namespace kw {
 
 inline constexpr uint64_t kNoSizeLimit = std::numeric_limits<uint64_t>::max();
 
+// Whether a folder may hold one user's private files (settings another user must not plant or
+// replace).
+enum class FolderTrust {
+  kPrivate,       // owned by the caller, and no folder on its path is open to others
+  kMissing,       // not a folder (or not reachable)
+  kForeignOwner,  // it, or a folder above it, belongs to another user (root may own those above)
+  kOpenToOthers,  // it, or a folder above it without the sticky bit, is writable by others
+};
+
 // Contract of every operation: false (or an empty result) on failure, errno-style details are
 // not reported; no operation throws.
 class FileSystem {
@@ -45,6 +54,13 @@ class FileSystem {
   virtual bool RemoveFile(const std::wstring& path) = 0;
   // Names (not paths) of the regular files directly in `dir`, sorted by name.
   virtual bool ListFiles(const std::wstring& dir, std::vector<std::wstring>* names) = 0;
+  // Checks the folder (links resolved) and every folder above it. When the answer is not
+  // kPrivate or kMissing, *culprit (when not null) gets the folder at fault. A file system
+  // without owners (this default) has no other users: an existing folder is kPrivate.
+  virtual FolderTrust CheckPrivateFolder(const std::wstring& path, std::wstring* culprit) {
+    (void)culprit;
+    return IsDirectory(path) ? FolderTrust::kPrivate : FolderTrust::kMissing;
+  }
 };
 
 // The file system in use. Starts as the POSIX one.
@@ -89,6 +105,9 @@ class FaultyFileSystem : public FileSystem {
   bool RemoveFile(const std::wstring& path) override;
   bool ListFiles(const std::wstring& dir, std::vector<std::wstring>* names) override {
     return base_.ListFiles(dir, names);
+  }
+  FolderTrust CheckPrivateFolder(const std::wstring& path, std::wstring* culprit) override {
+    return base_.CheckPrivateFolder(path, culprit);
   }
 
  private:

@@ -145,6 +145,33 @@ TEST_F(FileIoTest, FoldersAreCreatedWithParentsAndBackslashesAreSeparators) {
   EXPECT_FALSE(Fs().RemoveFile(At(L"file")));
 }
 
+TEST_F(FileIoTest, PrivateFoldersAreOwnedByTheCallerAndClosedToOthers) {
+  const std::string root = NativePath(dir_);
+  for (const char* sub : {"/mine", "/open", "/sticky/mine", "/loose/mine", "/theirs/mine"}) {
+    ASSERT_TRUE(Fs().CreateDirectories(WidePath(root + sub)));
+  }
+  ASSERT_EQ(::chmod((root + "/open").c_str(), 0777), 0);
+  ASSERT_EQ(::chmod((root + "/sticky").c_str(), 01777), 0);
+  ASSERT_EQ(::chmod((root + "/loose").c_str(), 0777), 0);
+  std::wstring culprit;
+  EXPECT_EQ(Fs().CheckPrivateFolder(At(L"mine"), &culprit), FolderTrust::kPrivate);
+  EXPECT_EQ(Fs().CheckPrivateFolder(At(L"sticky/mine/"), &culprit), FolderTrust::kPrivate);
+  EXPECT_EQ(Fs().CheckPrivateFolder(At(L"missing"), &culprit), FolderTrust::kMissing);
+  EXPECT_EQ(Fs().CheckPrivateFolder(At(L"open"), &culprit), FolderTrust::kOpenToOthers);
+  EXPECT_EQ(culprit, At(L"open"));
+  EXPECT_EQ(Fs().CheckPrivateFolder(At(L"loose/mine"), &culprit), FolderTrust::kOpenToOthers);
+  EXPECT_EQ(culprit, At(L"loose"));
+  ASSERT_EQ(::symlink("open", (root + "/link").c_str()), 0);  // links are followed
+  EXPECT_EQ(Fs().CheckPrivateFolder(At(L"link"), &culprit), FolderTrust::kOpenToOthers);
+  EXPECT_EQ(culprit, At(L"open"));
+
+  if (::geteuid() != 0) GTEST_SKIP() << "giving a folder to another user needs root";
+  ASSERT_EQ(::chown((root + "/theirs").c_str(), 65534, 65534), 0);
+  EXPECT_EQ(Fs().CheckPrivateFolder(At(L"theirs/mine"), &culprit), FolderTrust::kForeignOwner);
+  EXPECT_EQ(culprit, At(L"theirs"));
+  EXPECT_EQ(Fs().CheckPrivateFolder(At(L"theirs"), &culprit), FolderTrust::kForeignOwner);
+}
+
 TEST(PathTextTest, SplittingAcceptsBothSeparators) {
   EXPECT_EQ(JoinPath(L"/a/b/", L"c.xml"), L"/a/b/c.xml");
   EXPECT_EQ(JoinPath(L"", L"c.xml"), L"c.xml");

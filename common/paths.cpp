@@ -1,9 +1,11 @@
 #include "common/paths.h"
 
+#include <pwd.h>
 #include <unistd.h>
 
 #include <cstdlib>
 #include <string>
+#include <vector>
 
 #include "common/fileio.h"
 #include "common/text.h"
@@ -25,19 +27,39 @@ std::wstring Env(const char* name) {
   return (v && *v) ? kw::WidePath(v) : std::wstring();
 }
 
+// The home folder from the password database ("" when the user has no entry): without HOME
+// there is no shared fallback, since a folder like /tmp is open to every user.
+std::wstring PasswordHome() {
+  long size = ::sysconf(_SC_GETPW_R_SIZE_MAX);
+  std::vector<char> buffer(size > 0 ? static_cast<size_t>(size) : 16384);
+  struct passwd entry;
+  struct passwd* found = nullptr;
+  if (::getpwuid_r(::geteuid(), &entry, buffer.data(), buffer.size(), &found) != 0 ||
+      found == nullptr || found->pw_dir == nullptr) {
+    return {};
+  }
+  return kw::WidePath(found->pw_dir);
+}
+
 std::wstring Home() {
   const std::wstring home = Env("HOME");
-  return home.empty() ? std::wstring(L"/tmp") : home;
+  return home.empty() ? PasswordHome() : home;
+}
+
+// Below the home folder; "" when there is none.
+std::wstring InHome(const wchar_t* below) {
+  const std::wstring home = Home();
+  return home.empty() ? std::wstring() : home + below;
 }
 
 std::wstring XdgConfigHome() {
   const std::wstring v = Env("XDG_CONFIG_HOME");
-  return v.empty() ? Home() + L"/.config" : v;
+  return v.empty() ? InHome(L"/.config") : v;
 }
 
 std::wstring XdgDataHome() {
   const std::wstring v = Env("XDG_DATA_HOME");
-  return v.empty() ? Home() + L"/.local/share" : v;
+  return v.empty() ? InHome(L"/.local/share") : v;
 }
 
 std::wstring ExecutableFolder() {
@@ -57,11 +79,30 @@ std::wstring DefaultSoftName() {
   return L"KWRD";
 }
 std::wstring DefaultUserDir() {
-  return XdgConfigHome() + L"/Kaiwei/" + GetSoftName();
+  const std::wstring base = XdgConfigHome();
+  return base.empty() ? base : base + L"/Kaiwei/" + GetSoftName();
 }
 std::wstring DefaultWorkDir() {
-  return XdgDataHome() + L"/Kaiwei/" + GetSoftName() + L"/Work";
+  const std::wstring base = XdgDataHome();
+  return base.empty() ? base : base + L"/Kaiwei/" + GetSoftName() + L"/Work";
 }
+
+// Why the per-user folder may not be used ("" when it may). It holds settings that are read
+// (by root too): another user must be able neither to plant nor to replace them.
+std::wstring UserFolderProblem(const std::wstring& folder) {
+  if (folder.empty()) return L"找不到当前用户的主目录，用户目录不可用";
+  std::wstring culprit;
+  switch (kw::Fs().CheckPrivateFolder(folder, &culprit)) {
+    case kw::FolderTrust::kForeignOwner:
+      return L"拒绝使用用户目录 " + folder + L": " + culprit + L" 属于其他用户";
+    case kw::FolderTrust::kOpenToOthers:
+      return L"拒绝使用用户目录 " + folder + L": 其他用户可以写入 " + culprit;
+    default:
+      return {};  // a folder that could not be made fails the caller's own file operation
+  }
+}
+
+std::wstring g_userProblem;
 
 }  // namespace
 
@@ -96,10 +137,17 @@ std::wstring GetAppDataKeldornPath() {
 
 std::wstring GetCurUserKeldornPath() {
   if (g_userKeldorn.empty()) {
-    g_userKeldorn = kw::TrimSeparatorsRight(ContextValue("KWRD_USER_DIR", DefaultUserDir));
-    kw::CreateDirectories(g_userKeldorn);
+    std::wstring folder = kw::TrimSeparatorsRight(ContextValue("KWRD_USER_DIR", DefaultUserDir));
+    if (!folder.empty()) kw::CreateDirectories(folder);
+    g_userProblem = UserFolderProblem(folder);
+    if (g_userProblem.empty()) g_userKeldorn = folder;
   }
   return g_userKeldorn;
+}
+
+std::wstring GetCurUserKeldornProblem() {
+  GetCurUserKeldornPath();
+  return g_userProblem;
 }
 
 void SetCurPrjPath(const wchar_t* path) {

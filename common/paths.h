@@ -11,10 +11,14 @@
 //   KWRD_SOFT_NAME    software name             default: "KWRD"
 // The per-user application-data folder (GetCurUserLocalAppDataPath) is $XDG_CONFIG_HOME.
 //
+// Without HOME the home folder is the password database's; never a shared folder.
+//
 // Every path handed out has no trailing "/" or "\\". The product folders (GetAppDataKeldornPath,
 // GetCurUserKeldornPath) are computed and created on first use and then cached for the life of
 // the process: later calls never touch the disk, even when the folder was removed meanwhile.
 // A folder that cannot be created is still returned; the caller's own file operation fails.
+// The per-user folder is refused ("" is handed out, and not cached) when it, or a folder above
+// it, belongs to another user or is open to others (see kw::FolderTrust), or there is no home.
 #ifndef KW_COMMON_PATHS_H_
 #define KW_COMMON_PATHS_H_
 
@@ -30,8 +34,10 @@ std::wstring GetAppDataPath();
 std::wstring GetCurUserLocalAppDataPath();
 // GetAppDataPath() + "/Kaiwei/Keldorn", created on first use.
 std::wstring GetAppDataKeldornPath();
-// The per-user product folder, created on first use.
+// The per-user product folder, created on first use; "" when refused.
 std::wstring GetCurUserKeldornPath();
+// Why GetCurUserKeldornPath() is refused, as one line for the user ("" when it is not).
+std::wstring GetCurUserKeldornProblem();
 
 // The current project: empty until set; stored and returned unchanged.
 void SetCurPrjPath(const wchar_t* path);

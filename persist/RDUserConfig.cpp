@@ -77,7 +77,7 @@ Record* Insert(const wchar_t* name, EValueType type) {
 std::wstring ProfilePath(std::wstring* why) {
   std::wstring folder = KWRDPub::GetCurUserKeldornPath();
   if (folder.empty()) {
-    if (why != nullptr) *why = L"无法保存用户变量: 没有可用的用户目录";
+    if (why != nullptr) *why = L"无法保存用户变量: " + KWRDPub::GetCurUserKeldornProblem();
     return {};
   }
   return folder + L"/SoftConfig.xml";
