@@ -105,6 +105,9 @@ class IKWXMLDOMNode {
   IKWXMLDOMNode(std::shared_ptr<kw::xml::DomHolder> doc, _xmlNode* node);
   // The node as a wrapper of this document (empty for null).
   IKWXMLDOMNode Wrap(_xmlNode* node) const;
+  // The one search behind both getElementsByTagName: elements below this node named name
+  // (qualified, "*": all) in document order, names compared as given.
+  std::vector<IKWXMLDOMNode> ElementsByTagName(const wchar_t* name) const;
   _xmlNode* ElementNode() const;
   static _xmlNode* NodeOf(const IKWXMLDOMNode& node) { return node.m_node; }
 
@@ -192,6 +195,7 @@ class IKWXMLDOMDocument : public IKWXMLDOMNode {
   IKWXMLDOMAttribute createAttribute(const wchar_t* name);
   // Entity references are never made: documents with entities are not accepted either.
   IKWXMLDOMNode createEntityReference(const wchar_t* name);
+  // Every element of the document of that name ("*": all) in document order.
   std::vector<IKWXMLDOMNode> getElementsByTagName(const wchar_t* tagName) const;
   IKWXMLDOMNode createNode(long type, const wchar_t* name, const wchar_t* namespaceURI);
   IKWXMLDOMNode nodeFromID(const wchar_t* idString) const;
@@ -219,6 +223,10 @@ class IKWXMLDOMDocument : public IKWXMLDOMNode {
   void SetOnreadystatechange(void* handler) { (void)handler; }
   void SetOndataavailable(void* handler) { (void)handler; }
   void SetOntransformnode(void* handler) { (void)handler; }
+
+ private:
+  // Points this wrapper at a newly adopted document node; 0 when the load failed (null).
+  int Take(_xmlNode* loaded);
 };
 
 #endif  // KW_PERSIST_KWXMLDOM_H_
