@@ -1,11 +1,15 @@
 #include <gtest/gtest.h>
+#include <stdlib.h>
+#include <sys/stat.h>
 
+#include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <string>
 
 #include "app/RDPubApp.h"
+#include "common/encoding.h"
 #include "common/fileio.h"
 #include "common/paths.h"
 #include "kwhost/embedded.h"
@@ -94,6 +98,35 @@ TEST_F(RDVarCommandTest, FailedSaveIsReportedAndTheNextSaveRetriesIt) {
   CRDPubApp::RDVar();
   EXPECT_EQ(kwhost::TakeOutput(), L"\n输入变量名或[?]:\n输入变量 mode 的新值 <abc>:");
   EXPECT_EQ(FileBytes(), Road("    <Mode>xyz</Mode>\n    <Width>12</Width>\n"));
+}
+
+// The per-user folder is fixed once asked for, so this runs in a fresh process of its own (the
+// death-test machinery re-runs this program for just this test), which first points it at a
+// folder every user may write to.
+TEST(RDVarCommandFolderTest, FolderOpenToOthersIsRefusedWithTheReason) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  char tmpl[] = "/tmp/kwrdvar-XXXXXX";
+  const std::string open = mkdtemp(tmpl);
+  ASSERT_EQ(chmod(open.c_str(), 0777), 0);
+  const std::wstring w = kw::WidePath(open);
+  EXPECT_EXIT(
+      {
+        setenv("KWRD_USER_DIR", open.c_str(), 1);
+        int width = 5;
+        RDUserConfig::RegisterVar(L"Width", RDUserConfig::kIntVar, &width);
+        kwhost::QueueInput(L"width\n12");
+        CRDPubApp::RDVar();
+        const std::wstring out = kwhost::TakeOutput();
+        const bool ok = out ==
+                            L"\n输入变量名或[?]:\n输入变量 width 的新值 <5>:"
+                            L"\n无法保存用户变量: 拒绝使用用户目录 " +
+                                w + L": 其他用户可以写入 " + w &&
+                        !kw::FileExists(w + L"/SoftConfig.xml");
+        std::fprintf(stderr, "%s", kw::ToUtf8(out).c_str());
+        std::exit(ok ? 0 : 1);
+      },
+      ::testing::ExitedWithCode(0), "");
+  std::filesystem::remove_all(open);
 }
 
 }  // namespace
