@@ -5,7 +5,7 @@
 #include <new>
 
 #include "host/api/editor.h"
-#include "host/embedded/session.h"
+#include "host/embedded/internal/session.h"
 #include "kwhost/embedded.h"
 
 namespace {

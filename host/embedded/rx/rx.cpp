@@ -4,7 +4,7 @@
 #include "common/text.h"
 #include "host/api/docman.h"
 #include "host/api/editor.h"
-#include "host/embedded/session.h"
+#include "host/embedded/internal/session.h"
 
 namespace {
 

@@ -9,7 +9,7 @@
 #include "common/text.h"
 #include "host/api/editor.h"
 #include "host/api/win.h"
-#include "host/embedded/session.h"
+#include "host/embedded/internal/session.h"
 #include "kwhost/embedded.h"
 
 namespace {
