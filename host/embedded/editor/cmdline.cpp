@@ -8,7 +8,8 @@
 
 #include "common/format.h"
 #include "common/text.h"
-#include "host/api/editor.h"
+#include "host/api/aced.h"
+#include "host/api/acutads.h"
 #include "host/embedded/internal/session.h"
 #include "kwhost/embedded.h"
 

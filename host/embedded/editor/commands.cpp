@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "common/text.h"
-#include "host/api/editor.h"
+#include "host/api/accmd.h"
 #include "host/embedded/internal/session.h"
 #include "kwhost/embedded.h"
 

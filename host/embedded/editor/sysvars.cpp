@@ -4,7 +4,8 @@
 #include <cwchar>
 #include <new>
 
-#include "host/api/editor.h"
+#include "host/api/aced.h"
+#include "host/api/acutads.h"
 #include "host/embedded/internal/session.h"
 #include "kwhost/embedded.h"
 
