@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
-#include "common/FileUtils.h"
-#include "common/RoadDataProviders.h"
+#include "services/FileUtils.h"
+#include "services/RoadDataProviders.h"
 
 namespace {
 
