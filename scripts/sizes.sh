@@ -8,7 +8,7 @@
 # text since the previous ";", "{" or "}") has a "(" before any "=" and that opens outside any
 # other function is a function; namespaces, classes, structs, enums and initialisers are not.
 # Lambdas and local classes count as part of the function holding them.
-set -euo pipefail
+set -eu  # no pipefail: head ends the listings early on purpose
 root="$(cd "$(dirname "$0")/.." && pwd)"
 count="${1:-10}"
 cd "$root"
