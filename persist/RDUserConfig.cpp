@@ -7,9 +7,9 @@
 #include <vector>
 
 #include "common/format.h"
-#include "common/paths.h"
 #include "common/text.h"
 #include "persist/XMLPrivateProfile.h"
+#include "services/paths.h"
 
 namespace RDUserConfig {
 namespace {

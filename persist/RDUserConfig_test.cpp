@@ -11,8 +11,8 @@
 
 #include "common/fileio.h"
 #include "common/format.h"
-#include "common/paths.h"
 #include "kwhost/embedded.h"
+#include "services/paths.h"
 #include "persist/XMLPrivateProfile.h"
 
 #if defined(__SANITIZE_ADDRESS__)
