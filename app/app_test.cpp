@@ -10,8 +10,8 @@
 #include "common/fileio.h"
 #include "common/paths.h"
 #include "kwhost/embedded.h"
+#include "msg/ModuleState.h"
 #include "msg/TraceLogo.h"
-#include "msg/internal/ModuleState.h"
 
 namespace {
 
@@ -69,44 +69,44 @@ TEST_F(AppTest, LoadRegistersTheGroupAndUnloadRemovesIt) {
   EXPECT_EQ(debug[0], L"CRDPubApp::On_kUnloadAppMsg-65");
   EXPECT_EQ(debug[1], L"Unload KWRDPub.arx");
   EXPECT_EQ(TraceLines().back(), L"<RDPubUnloaded />");
-  EXPECT_EQ(KWRDPub::GetModuleState().hostEnding, 1u);
+  EXPECT_EQ(KWRDPub::GetModuleState().HostEnding(), 1u);
 }
 
 TEST_F(AppTest, TraceMsgLogoTakesYOrNInAnyCaseAndKeepsTheSwitchOtherwise) {
   Load();
-  uint32_t& trace = KWRDPub::GetModuleState().traceMsgLogo;
+  const KWRDPub::ModuleState& st = KWRDPub::GetModuleState();
   kwhost::TakeOutput();
   kwhost::QueueInput(L"n");
   ASSERT_TRUE(kwhost::RunCommand(L"TraceMsgLogo"));
-  EXPECT_EQ(trace, 0u);
+  EXPECT_EQ(st.SendLog(), 0u);
   EXPECT_NE(kwhost::TakeOutput().find(L"记录消息发送日志[记录(Y)/不记录(N)]<Y>:"),
             std::wstring::npos);
   kwhost::QueueInput(L"");
   kwhost::RunCommand(L"TraceMsgLogo");
-  EXPECT_EQ(trace, 0u);
+  EXPECT_EQ(st.SendLog(), 0u);
   EXPECT_NE(kwhost::TakeOutput().find(L"记录消息发送日志[记录(Y)/不记录(N)]<N>:"),
             std::wstring::npos);
   kwhost::QueueInput(L"^C");
   kwhost::RunCommand(L"TraceMsgLogo");
-  EXPECT_EQ(trace, 0u);
+  EXPECT_EQ(st.SendLog(), 0u);
   kwhost::QueueInput(L"y");
   kwhost::RunCommand(L"TraceMsgLogo");
-  EXPECT_EQ(trace, 1u);
+  EXPECT_EQ(st.SendLog(), 1u);
 }
 
 TEST_F(AppTest, ClosingTheMainFrameLogsTheHostEndThenTheUnload) {
   Load();
   kwhost::PostWindowMessage(kwhost::NewWindow(), WM_CLOSE);
   kwhost::PumpMessages();
-  EXPECT_EQ(KWRDPub::GetModuleState().hostEnding, 0u);
+  EXPECT_EQ(KWRDPub::GetModuleState().HostEnding(), 0u);
   EXPECT_TRUE(TraceLines().empty());
   kwhost::CloseMainFrame();
   std::vector<std::wstring> lines = TraceLines();
   ASSERT_GE(lines.size(), 2u);
   EXPECT_EQ(lines[lines.size() - 2], L"<AutoCADQuited msg=0x10  time=12:03:04/>");
   EXPECT_EQ(lines.back(), L"<RDPubUnloaded />");
-  EXPECT_EQ(KWRDPub::GetModuleState().hostEndTick, 5000u);
-  EXPECT_STREQ(KWRDPub::GetModuleState().lastHostEnded,
+  EXPECT_EQ(KWRDPub::GetModuleState().HostEndTick(), 5000u);
+  EXPECT_STREQ(KWRDPub::GetModuleState().LastHostEnded(),
                L"<AutoCADQuited msg=0x10  time=12:03:04/>");
 }
 

@@ -11,8 +11,8 @@
 
 #include "bench/bench_util.h"
 #include "kwhost/embedded.h"
+#include "msg/ModuleState.h"
 #include "msg/RDMsgManager.h"
-#include "msg/internal/ModuleState.h"
 
 namespace {
 
@@ -23,7 +23,7 @@ unsigned long Answer(KWMSGHDR* msg, void*) {
 
 void BM_SendMessageW(benchmark::State& state) {
   kwhost::ResetSession();
-  KWRDPub::GetModuleState().traceMsgLogo = 0;
+  KWRDPub::GetModuleState().SetSendLog(0);
   CRDMsgManager* mgr = CRDMsgManager::GetInstance();
   for (unsigned i = 0; i < 7; ++i) mgr->Register(L"W", i < 2 ? 5 : 100 + i, 3, &Answer, nullptr);
   KWMSGHDR msg{5, 3, 0};

@@ -9,8 +9,8 @@
 #include "host/api/editor.h"
 #include "host/api/win.h"
 #include "msg/DebugTrace.h"
+#include "msg/ModuleState.h"
 #include "msg/TraceLogo.h"
-#include "msg/internal/ModuleState.h"
 
 using KWRDPub::GetModuleState;
 using KWRDPub::TraceLogo;
@@ -104,7 +104,6 @@ struct SendChain {
 SendChain g_chain;
 
 constexpr uint32_t kSlowMs = 100;
-constexpr uint32_t kWarnAfterMs = 60000;
 
 unsigned long ShowMsgWatcher(KWMSGHDR* msg, void*) {
   if (msg->type != KWRDPub::kSysMsgType || msg->msg != KWRDPub::kShowMsgCode) return 0;
@@ -118,34 +117,30 @@ unsigned long ShowMsgWatcher(KWMSGHDR* msg, void*) {
 }
 
 void ShowEndingBox(const wchar_t* lead) {
-  std::wstring text = kw::FormatW(L"%s%s", lead, GetModuleState().lastHostEnded);
+  std::wstring text = kw::FormatW(L"%s%s", lead, GetModuleState().LastHostEnded());
   MessageBoxW(acedGetAcadFrame(), text.c_str(), L"出错提示", MB_ICONERROR);
 }
 
 // Host-ending rule: false when the send must be refused.
 bool PassHostEnding(const KWMSGHDR& msg) {
   KWRDPub::ModuleState& st = GetModuleState();
-  if (!st.hostEnding) return true;
-  if (st.warnAfterEnd && GetTickCount() - st.hostEndTick > kWarnAfterMs) {
-    st.warnAfterEnd = false;
+  if (!st.HostEnding()) return true;
+  if (st.WarningDue(GetTickCount())) {
     ShowEndingBox(L"程序收到异常退出CAD消息，强列建议重启软件！\n");
-    st.hostEnding = 0;
+    st.AcknowledgeHostEnding(true);
     return true;
   }
   if (msg.type != KWRDPub::kEndingMsgType || msg.msg != KWRDPub::kEndingMsgCode) return false;
   ShowEndingBox(L"程序收到异常退出消息，强列建议重启软件！\n");
-  st.hostEnding = 0;
+  st.AcknowledgeHostEnding(false);
   return true;
 }
 
 void HandleQuit() {
-  KWRDPub::ModuleState& st = GetModuleState();
   g_chain.Clear();
   g_chain.live = false;
   TraceLogo(L"<QuitMsg />");
-  st.SetLastHostEnded(L"<QuitMsg />");
-  st.hostEnding = 1;
-  st.hostEndTick = GetTickCount();
+  GetModuleState().MarkHostEnding(L"<QuitMsg />", GetTickCount());
 }
 
 // One (type, code) pair as a single comparable word.
@@ -154,7 +149,7 @@ constexpr uint64_t PairKey(uint32_t type, uint32_t code) {
 }
 
 bool Traced() {
-  return GetModuleState().traceMsgLogo != 0;
+  return GetModuleState().SendLog() != 0;
 }
 
 void CopyName(wchar_t (&dst)[33], const wchar_t* name) {

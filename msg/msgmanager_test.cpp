@@ -7,9 +7,9 @@
 #include <vector>
 
 #include "kwhost/embedded.h"
+#include "msg/ModuleState.h"
 #include "msg/RDMsgManager.h"
 #include "msg/TraceLogo.h"
-#include "msg/internal/ModuleState.h"
 
 struct CRDMsgManagerTestAccess {
   static void Destroy() { CRDMsgManager::Destroy(); }
@@ -172,7 +172,7 @@ TEST_F(MsgManagerTest, SendLogNestsSendsAndDeliveries) {
                                     L"</RDMsg_SendMessage1>"};
   EXPECT_EQ(TraceLines(), want);
   CTraceLogo::GetInstance(false)->Clear();
-  KWRDPub::GetModuleState().traceMsgLogo = 0;
+  KWRDPub::GetModuleState().SetSendLog(0);
   EXPECT_EQ(Send(5, 3), 3u);
   EXPECT_TRUE(TraceLines().empty());
 }
@@ -184,11 +184,11 @@ TEST_F(MsgManagerTest, DeepNestingShowsDotsAndStillEmptiesTheChain) {
     if (++depth < 1000) Send(5, 3);
   };
   mgr->Register(L"Deep", 5, 3, &ProbeFn, &p);
-  KWRDPub::GetModuleState().traceMsgLogo = 0;
+  KWRDPub::GetModuleState().SetSendLog(0);
   EXPECT_EQ(Send(5, 3), 1u);
   EXPECT_EQ(p.calls, 1000);
   // Ten nested sends, traced: the chain passes 85 characters and turns into dots.
-  KWRDPub::GetModuleState().traceMsgLogo = 1;
+  KWRDPub::GetModuleState().SetSendLog(1);
   depth = 990;
   Send(5, 3);
   std::vector<std::wstring> lines = TraceLines();
