@@ -1,11 +1,13 @@
 #include "app/RDPubApp.h"
 
 #include <iterator>
+#include <new>
 #include <string>
 
 #include "common/format.h"
 #include "common/text.h"
 #include "msg/DebugTrace.h"
+#include "msg/KWMsgTracker.h"
 #include "msg/ModuleState.h"
 #include "msg/RDMsgManager.h"
 #include "msg/TraceLogo.h"
@@ -29,8 +31,10 @@ constexpr size_t kPathChars = 4096;
 CRDPubApp::CRDPubApp() : AcRxArxApp(kCommandTable, static_cast<int>(std::size(kCommandTable))) {}
 
 CRDPubApp& CRDPubApp::GetInstance() {
-  // Never destroyed: the host may still send messages while the process ends.
-  static CRDPubApp* app = new CRDPubApp;
+  // Never destroyed, since the host may still send messages while the process ends; kept in
+  // static storage rather than on the heap, so nothing is left behind when the module unloads.
+  alignas(CRDPubApp) static unsigned char storage[sizeof(CRDPubApp)];
+  static CRDPubApp* app = new (storage) CRDPubApp;
   return *app;
 }
 
@@ -68,6 +72,7 @@ void CRDPubApp::WatchMainWindow(const MSG* msg) {
 
 void CRDPubApp::ProcessDetach() {
   CRDMsgManager::Destroy();
+  KWRDPub::CKWMsgTracker::Destroy();
   KWRDPub::CTraceLogo::Destroy();
 }
 

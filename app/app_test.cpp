@@ -10,7 +10,9 @@
 #include "common/fileio.h"
 #include "common/paths.h"
 #include "kwhost/embedded.h"
+#include "msg/KWMsgTracker.h"
 #include "msg/ModuleState.h"
+#include "msg/RDMsgManager.h"
 #include "msg/TraceLogo.h"
 
 namespace {
@@ -147,6 +149,27 @@ TEST_F(AppTest, MsgWatchersListsTheWatchers) {
   std::wstring out = kwhost::TakeOutput();
   EXPECT_NE(out.find(L"\n共1个消息监听器"), std::wstring::npos) << kw::ToUtf8(out);
   EXPECT_NE(out.find(L" ShowMsg [1(9)]"), std::wstring::npos) << kw::ToUtf8(out);
+}
+
+class Owned final : public CMsgWatch {
+ public:
+  uint32_t GetType() override { return 5; }
+  uint32_t GetMsg() override { return 0; }
+  unsigned long OnMessage(KWMSGHDR*) override { return 1; }
+};
+
+TEST_F(AppTest, ProcessDetachTearsDownEverySingletonAndMayRunTwice) {
+  CRDMsgManager::GetInstance()->Register(L"Owned", new Owned, true);  // LeakSanitizer checks it
+  KWRDPub::CKWMsgTracker::GetInstance()->PushMSGCLCT();
+  KWRDPub::CKWMsgTracker::GetInstance()->PushMSGCLCT();
+  KWRDPub::TraceLogo(L"<a/>");
+  CRDPubApp::ProcessDetach();
+  EXPECT_EQ(CTraceLogo::GetInstance(false), nullptr);
+  EXPECT_EQ(KWRDPub::CKWMsgTracker::GetInstance()->MSGCLCTCount(), 0);
+  EXPECT_EQ(CRDMsgManager::GetInstance()->WatcherCount(), 1);  // "ShowMsg" only
+  CRDPubApp::ProcessDetach();
+  CRDPubApp::ProcessDetach();
+  EXPECT_EQ(CTraceLogo::GetInstance(false), nullptr);
 }
 
 }  // namespace

@@ -95,17 +95,17 @@ class CRDMsgManager {
   // Number of live registrations.
   int WatcherCount() const;
 
+  // Destroys the instance, releasing the auto-deleted watcher objects; the next GetInstance
+  // starts afresh and numbers its sends from 1. Nothing when there is none. Only the library's
+  // shutdown (CRDPubApp::ProcessDetach) and tests call it.
+  static void Destroy();
+
   CRDMsgManager(const CRDMsgManager&) = delete;
   CRDMsgManager& operator=(const CRDMsgManager&) = delete;
 
  protected:
   CRDMsgManager();
   virtual ~CRDMsgManager();
-  // Destroys the instance (module unload, tests); nothing when there is none.
-  static void Destroy();
-
-  friend class CRDPubApp;
-  friend struct CRDMsgManagerTestAccess;
 
  private:
   struct Record {
