@@ -11,6 +11,7 @@
 #include "msg/DebugTrace.h"
 #include "msg/ModuleState.h"
 #include "msg/TraceLogo.h"
+#include "msg/internal/SendChain.h"
 
 using KWRDPub::GetModuleState;
 using KWRDPub::TraceLogo;
@@ -19,89 +20,7 @@ CRDMsgManager* CRDMsgManager::m_sInstance = nullptr;
 
 namespace {
 
-// The nesting chain of the sends in progress (",1,2,3,"), outermost first.
-// Invariants: len < kCap and text[len] == 0; `live` is false after the quit message until the
-// next send. Past kLongChain characters each deeper send appends "..." instead of its number,
-// as long as the buffer has room; a full buffer stays as it is.
-struct SendChain {
-  static constexpr size_t kCap = 100;
-  static constexpr size_t kLongChain = 85;
-  wchar_t text[kCap] = {};
-  size_t len = 0;
-  bool live = false;
-  uint32_t counter = 0;
-
-  void Clear() {
-    len = 0;
-    text[0] = 0;
-  }
-  void Put(const wchar_t* s, size_t n) {
-    if (len + n >= kCap) return;
-    for (size_t i = 0; i < n; ++i) text[len + i] = s[i];  // a few characters: no library call
-    len += n;
-    text[len] = 0;
-  }
-  bool StandsAt(size_t at, const wchar_t* s, size_t n) const {
-    if (at > len || len - at < n) return false;
-    for (size_t i = 0; i < n; ++i) {
-      if (text[at + i] != s[i]) return false;
-    }
-    return true;
-  }
-  // One send's entry: the pattern ",n," it is searched by, and where Extend put it.
-  struct Link {
-    wchar_t pat[13];
-    size_t k = 0;
-    size_t at = std::wstring_view::npos;  // npos when the number was not written
-  };
-
-  static Link MakeLink(uint32_t n) {
-    Link link;
-    wchar_t rev[10];
-    size_t d = 0;
-    do {
-      rev[d++] = static_cast<wchar_t>(L'0' + n % 10);
-      n /= 10;
-    } while (n);
-    link.pat[link.k++] = L',';
-    while (d > 0) link.pat[link.k++] = rev[--d];
-    link.pat[link.k++] = L',';
-    return link;
-  }
-  // Appends send n: ",n," to an empty chain, "n," otherwise, "..." past kLongChain characters.
-  Link Extend(uint32_t n) {
-    Link link = MakeLink(n);
-    if (len >= kLongChain) {
-      Put(L"...", 3);
-    } else if (len == 0) {
-      Put(link.pat, link.k);
-      if (len != 0) link.at = 0;
-    } else if (len + link.k - 1 < kCap) {
-      link.at = len - 1;
-      Put(link.pat + 1, link.k - 1);
-    }
-    return link;
-  }
-  // Ends a send: ",n," at the start empties the chain and restarts the numbering; found later,
-  // the chain is cut after the comma before n; not found (shown as "..."), it is left. Numbers in
-  // a chain are unique, so when ",n," still stands where Extend put it, that is the first
-  // occurrence and the search is skipped.
-  void Restore(const Link& link) {
-    size_t at = StandsAt(link.at, link.pat, link.k)
-                    ? link.at
-                    : std::wstring_view(text, len).find(std::wstring_view(link.pat, link.k));
-    if (at == std::wstring_view::npos) return;
-    if (at == 0) {
-      Clear();
-      counter = 0;
-      return;
-    }
-    len = at + 1;
-    text[len] = 0;
-  }
-};
-
-SendChain g_chain;
+KWRDPub::SendChain g_chain;
 
 constexpr uint32_t kSlowMs = 100;
 
@@ -137,8 +56,7 @@ bool PassHostEnding(const KWMSGHDR& msg) {
 }
 
 void HandleQuit() {
-  g_chain.Clear();
-  g_chain.live = false;
+  g_chain.Drop();
   TraceLogo(L"<QuitMsg />");
   GetModuleState().MarkHostEnding(L"<QuitMsg />", GetTickCount());
 }
@@ -169,7 +87,7 @@ void CRDMsgManager::Destroy() {
   delete m_sInstance;
   m_sInstance = nullptr;
   // The send state goes with the dispatcher: a new one numbers its sends from 1 again.
-  g_chain = SendChain{};
+  g_chain = KWRDPub::SendChain{};
 }
 
 CRDMsgManager::CRDMsgManager() {
@@ -296,21 +214,18 @@ int CRDMsgManager::WatcherCount() const {
 
 unsigned long CRDMsgManager::SendMessageW(KWMSGHDR* msg) {
   if (!msg) return 0;
-  if (!g_chain.live) {
-    g_chain.Clear();
-    g_chain.live = true;
-  }
+  g_chain.Revive();
   if (!PassHostEnding(*msg)) return 0;
   if (msg->type == KWRDPub::kSysMsgType && msg->msg == KWRDPub::kQuitMsgCode) {
     HandleQuit();
     return 0;
   }
-  uint32_t n = ++g_chain.counter;
+  uint32_t n = g_chain.NextNumber();
   if (Traced()) {
     TraceLogo(L"<RDMsg_SendMessage%u type='%u' msg='%u' from='%s'>", n, msg->type, msg->msg,
-              g_chain.text);
+              g_chain.Text());
   }
-  const SendChain::Link link = g_chain.Extend(n);
+  const KWRDPub::SendChain::Link link = g_chain.Extend(n);
   // The clock is read only for the trace, which is the only place that reports the time. A
   // tick count of 0 is a time like any other, so whether it was read is kept apart.
   const bool timed = Traced();
