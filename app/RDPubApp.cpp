@@ -4,6 +4,7 @@
 #include <new>
 #include <string>
 
+#include "app/WatcherList.h"
 #include "common/format.h"
 #include "common/text.h"
 #include "msg/DebugTrace.h"
@@ -112,7 +113,7 @@ void CRDPubApp::TraceMsgLogo() {
 }
 
 void CRDPubApp::MsgWatchers() {
-  CRDMsgManager::GetInstance()->TraceWatchers();
+  KWRDPub::PrintWatcherList(*CRDMsgManager::GetInstance());
 }
 
 void CRDPubApp::RDVar() {

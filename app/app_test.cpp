@@ -172,4 +172,30 @@ TEST_F(AppTest, ProcessDetachTearsDownEverySingletonAndMayRunTwice) {
   EXPECT_EQ(CTraceLogo::GetInstance(false), nullptr);
 }
 
+unsigned long Listed(KWMSGHDR*, void*) {
+  return 0;
+}
+
+TEST_F(AppTest, MsgWatchersListsNamesAddressesAndFilters) {
+  Load();
+  CRDMsgManager* mgr = CRDMsgManager::GetInstance();
+  Owned w;
+  unsigned types[] = {20, 1, 20}, codes[] = {1, 9, 2};
+  mgr->RegisterEx(L"0123456789012345678901234567890123456789", types, codes, 3, &Listed, nullptr);
+  mgr->Register(L"Obj", &w, false);
+  kwhost::TakeOutput();
+  kwhost::RunCommand(L"MsgWatchers");
+  std::wstring out = kwhost::TakeOutput();
+  EXPECT_NE(out.find(L"\n共3个消息监听器"), std::wstring::npos) << kw::ToUtf8(out);
+  EXPECT_NE(out.find(L" ShowMsg [1(9)]"), std::wstring::npos) << kw::ToUtf8(out);
+  EXPECT_NE(out.find(L" 01234567890123456789012345678901 [1(9);20(1,2)]"), std::wstring::npos)
+      << kw::ToUtf8(out);
+  wchar_t addr[64];
+  swprintf(addr, 64, L"\n3: (0x%llx) Obj [5(0)]",
+           static_cast<unsigned long long>(reinterpret_cast<uintptr_t>(&w)));
+  EXPECT_NE(out.find(addr), std::wstring::npos) << kw::ToUtf8(out);
+  mgr->RemoveRegister(&w);
+  mgr->RemoveRegister(&Listed);
+}
+
 }  // namespace

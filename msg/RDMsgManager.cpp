@@ -344,50 +344,28 @@ void CRDMsgManager::ReportWatcherFailure(const wchar_t* name, const KWMSGHDR* ms
   }
 }
 
-std::wstring CRDMsgManager::FilterText(const Record& r) const {
-  if (r.count == 0 && r.watch) {
-    return kw::FormatW(L"[%u(%u)]", r.watch->GetType(), r.watch->GetMsg());
-  }
-  // A 17-bucket hash map of type to codes, listed bucket by bucket (bucket = (type >> 4) % 17),
-  // the most recently added type first within a bucket.
-  struct Group {
-    uint32_t type;
-    std::wstring codes;
-  };
-  std::vector<Group> buckets[17];
-  for (int k = 0; k < r.count; ++k) {
-    const uint32_t type = static_cast<uint32_t>(r.keys[k] >> 32);
-    const uint32_t code = static_cast<uint32_t>(r.keys[k]);
-    std::vector<Group>& bucket = buckets[(type >> 4) % 17];
-    auto it =
-        std::find_if(bucket.begin(), bucket.end(), [&](const Group& g) { return g.type == type; });
-    if (it == bucket.end()) it = bucket.insert(bucket.begin(), Group{type, L""});
-    it->codes += kw::FormatW(L"%d,", static_cast<int>(code));
-  }
-  std::wstring text;
-  for (const std::vector<Group>& bucket : buckets) {
-    for (const Group& g : bucket) {
-      std::wstring codes = g.codes.substr(0, g.codes.size() - 1);
-      text += kw::FormatW(L"%u(%s);", g.type, codes.c_str());
-    }
-  }
-  while (!text.empty() && text.back() == L';') text.pop_back();
-  return L"[" + text + L"]";
-}
-
-void CRDMsgManager::TraceWatchers() {
+std::vector<KWMSGWATCHERINFO> CRDMsgManager::Watchers() const {
+  std::vector<KWMSGWATCHERINFO> list;
   try {
-    int total = WatcherCount();
-    acutPrintf(L"\n共%d个消息监听器", total);
-    int number = 0;
     for (const Record& r : m_records) {
       if (r.dead) continue;
-      uint64_t address =
+      KWMSGWATCHERINFO info;
+      info.address =
           r.watch ? reinterpret_cast<uintptr_t>(r.watch) : reinterpret_cast<uintptr_t>(r.callback);
-      std::wstring filter = FilterText(r);
-      acutPrintf(L"\n%d: (0x%I64x) %s %s", ++number, address, r.name, filter.c_str());
+      info.name = r.name;
+      for (int k = 0; k < r.count; ++k) {
+        info.pairs.emplace_back(static_cast<uint32_t>(r.keys[k] >> 32),
+                                static_cast<uint32_t>(r.keys[k]));
+      }
+      if (r.count == 0 && r.watch) {
+        info.ownFilter = true;
+        info.type = r.watch->GetType();
+        info.code = r.watch->GetMsg();
+      }
+      list.push_back(std::move(info));
     }
   } catch (...) {
-    KWRDPub::DebugTrace(L"KW:%s", L"CRDMsgManager::TraceWatchers");
+    KWRDPub::DebugTrace(L"KW:%s", L"CRDMsgManager::Watchers");
   }
+  return list;
 }

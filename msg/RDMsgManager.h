@@ -23,6 +23,7 @@
 
 #include <cstdint>
 #include <string>
+#include <utility>
 #include <vector>
 
 // The header every message starts with.
@@ -62,6 +63,18 @@ class CMsgWatch {
   ~CMsgWatch() = default;
 };
 
+// One registration as the watcher list ("MsgWatchers") shows it.
+struct KWMSGWATCHERINFO {
+  uintptr_t address = 0;  // the watcher object, or the callback of a callback watcher
+  std::wstring name;      // at most 32 characters
+  // The (type, code) pairs as registered; empty for an object filtered by its own type and code.
+  std::vector<std::pair<uint32_t, uint32_t>> pairs;
+  // An object without pairs: what its GetType and GetMsg answered (0 = any).
+  bool ownFilter = false;
+  uint32_t type = 0;
+  uint32_t code = 0;
+};
+
 class CRDMsgManager {
  public:
   using MsgFn = unsigned long (*)(KWMSGHDR* msg, void* userData);
@@ -90,8 +103,10 @@ class CRDMsgManager {
 
   // Dispatches `msg` (null gives 0) and returns the combined answer.
   unsigned long SendMessageW(KWMSGHDR* msg);
-  // Prints the watcher list on the host's command line.
-  void TraceWatchers();
+  // The live registrations in registration order. A watcher object whose GetType or GetMsg
+  // throws ends the list there (the failure goes to the debugging trace); so does running out of
+  // memory.
+  std::vector<KWMSGWATCHERINFO> Watchers() const;
   // Number of live registrations.
   int WatcherCount() const;
 
@@ -132,7 +147,6 @@ class CRDMsgManager {
   unsigned long DeliverTraced(size_t index, KWMSGHDR* msg, uint32_t n);
   void HandleWatcherException(size_t index, KWMSGHDR* msg, uint32_t n);
   void ReportWatcherFailure(const wchar_t* name, const KWMSGHDR* msg, uint32_t n);
-  std::wstring FilterText(const Record& r) const;
   static void Release(Record& r);
 
   std::vector<Record> m_records;
