@@ -12,6 +12,7 @@
 #include "msg/ModuleState.h"
 #include "msg/TraceLogo.h"
 #include "msg/internal/SendChain.h"
+#include "msg/internal/WatcherIndex.h"
 
 using KWRDPub::GetModuleState;
 using KWRDPub::TraceLogo;
@@ -78,6 +79,47 @@ void CopyName(wchar_t (&dst)[33], const wchar_t* name) {
 
 }  // namespace
 
+// One registration.
+struct CRDMsgManager::Record {
+  uint64_t seq = 0;          // registration order (invariant 1)
+  bool dead = false;         // removed during a send; erased when it ends
+  MsgFn callback = nullptr;  // a callback watcher, or
+  void* userData = nullptr;
+  CMsgWatch* watch = nullptr;  // an object watcher
+  bool autoDelete = false;
+  std::vector<uint64_t> keys;  // the (type, code) pairs as registered, type in the high word
+  wchar_t name[33] = {};
+};
+
+struct CRDMsgManager::State {
+  std::vector<std::unique_ptr<Record>> records;  // registration order
+  KWRDPub::WatcherIndex<Record> byPair;          // pair -> records with it in their list
+  std::vector<Record*> any;                      // objects without a list, registration order
+  uint64_t nextSeq = 0;
+  int sendDepth = 0;
+  bool hasDead = false;
+};
+
+namespace {
+
+// The distinct keys of a pair list: a record is listed once under each of its pairs.
+std::vector<uint64_t> DistinctKeys(std::vector<uint64_t> keys) {
+  std::sort(keys.begin(), keys.end());
+  keys.erase(std::unique(keys.begin(), keys.end()), keys.end());
+  return keys;
+}
+
+// The object's memory goes back without its destructor running (nor any look at its virtual
+// table): the watcher's module may already be unloaded. The object must have been allocated
+// with new and CMsgWatch must be its first base.
+template <class R>
+void Release(R& r) {
+  if (r.watch && r.autoDelete) ::operator delete(static_cast<void*>(r.watch));
+  r.watch = nullptr;
+}
+
+}  // namespace
+
 CRDMsgManager* CRDMsgManager::GetInstance() {
   if (!m_sInstance) m_sInstance = new CRDMsgManager;
   return m_sInstance;
@@ -90,54 +132,53 @@ void CRDMsgManager::Destroy() {
   g_chain = KWRDPub::SendChain{};
 }
 
-CRDMsgManager::CRDMsgManager() {
-  m_records.reserve(8);
-  m_sendKeys.reserve(8);
+CRDMsgManager::CRDMsgManager() : m_state(std::make_unique<State>()) {
+  m_state->records.reserve(8);
   Register(L"ShowMsg", KWRDPub::kSysMsgType, KWRDPub::kShowMsgCode, &ShowMsgWatcher, nullptr);
 }
 
 CRDMsgManager::~CRDMsgManager() {
-  for (Record& r : m_records) {
-    if (!r.dead) Release(r);
+  for (std::unique_ptr<Record>& r : m_state->records) {
+    if (!r->dead) Release(*r);
   }
 }
 
-// The object's memory goes back without its destructor running (nor any look at its virtual
-// table): the watcher's module may already be unloaded. The object must have been allocated
-// with new and CMsgWatch must be its first base.
-void CRDMsgManager::Release(Record& r) {
-  if (r.watch && r.autoDelete) ::operator delete(static_cast<void*>(r.watch));
-  r.watch = nullptr;
-}
-
 // Appends `record` (its watcher fields already set) with the name cut to 32 characters and a
-// copy of the pair list (none when either array is null). An allocation failure is traced and
-// the registration dropped.
+// copy of the pair list (none when either array is null), and lists it in the index. An
+// allocation failure is traced and the registration dropped whole.
 void CRDMsgManager::Add(const wchar_t* name, const unsigned int* types, const unsigned int* msgs,
-                        int count, Record record) {
+                        int count, std::unique_ptr<Record> record) {
+  State& st = *m_state;
+  std::vector<uint64_t> listed;
   try {
     if (count > 0 && types && msgs) {
-      record.keys.resize(static_cast<size_t>(count));
-      for (int k = 0; k < count; ++k) record.keys[k] = PairKey(types[k], msgs[k]);
-      record.key0 = record.keys[0];
-      record.count = count;
+      record->keys.resize(static_cast<size_t>(count));
+      for (int k = 0; k < count; ++k) record->keys[k] = PairKey(types[k], msgs[k]);
     }
-    CopyName(record.name, name);
+    CopyName(record->name, name);
+    record->seq = st.nextSeq++;
     // The array grows in steps of 8 records.
-    if (m_records.size() == m_records.capacity()) {
-      m_records.reserve(m_records.size() + 8);
-      m_sendKeys.reserve(m_records.capacity());
+    if (st.records.size() == st.records.capacity()) st.records.reserve(st.records.size() + 8);
+    if (record->keys.empty()) {
+      // A callback without pairs never matches: it is kept (and listed) but not indexed.
+      if (record->watch) st.any.push_back(record.get());
+    } else {
+      for (uint64_t key : DistinctKeys(record->keys)) {
+        st.byPair.Add(key, record.get());
+        listed.push_back(key);
+      }
     }
-    m_sendKeys.push_back(record.count == 1 ? record.key0 : kAskRecord);
-    m_records.push_back(std::move(record));
+    st.records.push_back(std::move(record));
   } catch (const std::bad_alloc&) {
+    for (uint64_t key : listed) st.byPair.Remove(key, record.get());
     KWRDPub::DebugTrace(L"memory allocate failed:%s", L"CRDMsgManager::Register");
   }
 }
 
 bool CRDMsgManager::IsRegistered(const CMsgWatch* watch) const {
-  return std::any_of(m_records.begin(), m_records.end(),
-                     [watch](const Record& r) { return !r.dead && r.watch == watch; });
+  return std::any_of(
+      m_state->records.begin(), m_state->records.end(),
+      [watch](const std::unique_ptr<Record>& r) { return !r->dead && r->watch == watch; });
 }
 
 void CRDMsgManager::Register(const wchar_t* name, unsigned int type, unsigned int msg, MsgFn fn,
@@ -148,9 +189,10 @@ void CRDMsgManager::Register(const wchar_t* name, unsigned int type, unsigned in
 void CRDMsgManager::RegisterEx(const wchar_t* name, const unsigned int* types,
                                const unsigned int* msgs, int count, MsgFn fn, void* userData) {
   if (!fn) return;
-  Record r;
-  r.callback = fn;
-  r.userData = userData;
+  std::unique_ptr<Record> r(new (std::nothrow) Record);
+  if (!r) return;
+  r->callback = fn;
+  r->userData = userData;
   Add(name, types, msgs, count, std::move(r));
 }
 
@@ -162,45 +204,58 @@ void CRDMsgManager::RegisterEx(const wchar_t* name, const unsigned int* types,
                                const unsigned int* msgs, int count, CMsgWatch* watch,
                                bool autoDelete) {
   if (!watch || IsRegistered(watch)) return;
-  Record r;
-  r.watch = watch;
-  r.autoDelete = autoDelete;
+  std::unique_ptr<Record> r(new (std::nothrow) Record);
+  if (!r) return;
+  r->watch = watch;
+  r->autoDelete = autoDelete;
   Add(name, types, msgs, count, std::move(r));
 }
 
+// Removal: outside a send the record goes at once; during one it is only marked (invariant 4).
 void CRDMsgManager::Kill(size_t index) {
-  if (m_sendDepth > 0) {
-    m_records[index].dead = true;
-    m_hasDead = true;
+  if (m_state->sendDepth > 0) {
+    m_state->records[index]->dead = true;
+    m_state->hasDead = true;
     return;
   }
-  Release(m_records[index]);
-  m_records.erase(m_records.begin() + static_cast<ptrdiff_t>(index));
-  m_sendKeys.erase(m_sendKeys.begin() + static_cast<ptrdiff_t>(index));
+  EraseAt(index);
+}
+
+// The one place a record leaves: its object released, its index entries and the record itself
+// removed, so the records and the index always name the same registrations.
+void CRDMsgManager::EraseAt(size_t index) {
+  State& st = *m_state;
+  Record* r = st.records[index].get();
+  Release(*r);
+  if (r->keys.empty()) {
+    st.any.erase(std::remove(st.any.begin(), st.any.end(), r), st.any.end());
+  } else {
+    for (uint64_t key : r->keys) st.byPair.Remove(key, r);  // a repeated key finds nothing more
+  }
+  st.records.erase(st.records.begin() + static_cast<ptrdiff_t>(index));
 }
 
 void CRDMsgManager::EraseDead() {
-  if (!m_hasDead) return;
-  m_hasDead = false;
-  for (size_t i = m_records.size(); i-- > 0;) {
-    if (!m_records[i].dead) continue;
-    Release(m_records[i]);
-    m_records.erase(m_records.begin() + static_cast<ptrdiff_t>(i));
-    m_sendKeys.erase(m_sendKeys.begin() + static_cast<ptrdiff_t>(i));
+  if (!m_state->hasDead) return;
+  m_state->hasDead = false;
+  for (size_t i = m_state->records.size(); i-- > 0;) {
+    if (m_state->records[i]->dead) EraseAt(i);
   }
 }
 
 void CRDMsgManager::RemoveRegister(MsgFn fn) {
   if (!fn) return;
-  for (size_t i = m_records.size(); i-- > 0;) {
-    if (!m_records[i].dead && m_records[i].callback == fn) Kill(i);
+  for (size_t i = m_state->records.size(); i-- > 0;) {
+    const Record& r = *m_state->records[i];
+    if (!r.dead && r.callback == fn) Kill(i);
   }
 }
 
 void CRDMsgManager::RemoveRegister(CMsgWatch* watch) {
   if (!watch) return;
-  for (size_t i = m_records.size(); i-- > 0;) {
-    if (!m_records[i].dead && m_records[i].watch == watch) {
+  for (size_t i = m_state->records.size(); i-- > 0;) {
+    const Record& r = *m_state->records[i];
+    if (!r.dead && r.watch == watch) {
       Kill(i);
       return;
     }
@@ -208,8 +263,8 @@ void CRDMsgManager::RemoveRegister(CMsgWatch* watch) {
 }
 
 int CRDMsgManager::WatcherCount() const {
-  return static_cast<int>(
-      std::count_if(m_records.begin(), m_records.end(), [](const Record& r) { return !r.dead; }));
+  return static_cast<int>(std::count_if(m_state->records.begin(), m_state->records.end(),
+                                        [](const std::unique_ptr<Record>& r) { return !r->dead; }));
 }
 
 unsigned long CRDMsgManager::SendMessageW(KWMSGHDR* msg) {
@@ -230,9 +285,9 @@ unsigned long CRDMsgManager::SendMessageW(KWMSGHDR* msg) {
   // tick count of 0 is a time like any other, so whether it was read is kept apart.
   const bool timed = Traced();
   const uint32_t start = timed ? GetTickCount() : 0;
-  ++m_sendDepth;
+  ++m_state->sendDepth;
   unsigned long result = Deliver(msg, n);
-  if (--m_sendDepth == 0) EraseDead();
+  if (--m_state->sendDepth == 0) EraseDead();
   if (Traced()) {
     const uint32_t took = timed ? GetTickCount() - start : 0;
     if (took > kSlowMs) TraceLogo(L"total_time %.3fs", took / 1000.0);
@@ -242,90 +297,81 @@ unsigned long CRDMsgManager::SendMessageW(KWMSGHDR* msg) {
   return result;
 }
 
-// The filter of one record: its pairs (last to first), or, for an object registered without
-// pairs, the object's own GetType/GetMsg (0 = any). A filter that throws accepts nothing.
-inline bool CRDMsgManager::Accepts(const Record& r, const KWMSGHDR& msg) const {
-  const uint64_t key = PairKey(msg.type, msg.msg);
-  for (int k = r.count; k-- > 0;) {
-    if (r.keys[k] == key) return true;
-  }
-  if (!r.watch || r.count > 0) return false;
+namespace {
+
+// The own filter of an object registered without pairs (0 = any). A filter that throws
+// accepts nothing.
+bool OwnFilterAccepts(CMsgWatch* watch, const KWMSGHDR& msg) {
   try {
-    uint32_t type = r.watch->GetType();
-    uint32_t code = r.watch->GetMsg();
+    uint32_t type = watch->GetType();
+    uint32_t code = watch->GetMsg();
     return (type == 0 || type == msg.type) && (code == 0 || code == msg.msg);
   } catch (...) {
     return false;
   }
 }
 
+}  // namespace
+
+// Walks two lists at once in registration order: the records listed under the message's pair
+// and the objects that filter for themselves. Both are read afresh after each call: watchers
+// registered during the send are appended to them and reached too (their lists stay put, as
+// the index removes keys only outside sends), and removed ones are only marked dead.
 unsigned long CRDMsgManager::Deliver(KWMSGHDR* msg, uint32_t n) {
+  State& st = *m_state;
   const uint64_t key = PairKey(msg->type, msg->msg);
+  const std::vector<Record*>* keyed = st.byPair.Find(key);
   unsigned long result = 0;
-  const Record* records = m_records.data();
-  const uint64_t* keys = m_sendKeys.data();
-  size_t count = m_records.size();
-  for (size_t i = 0; i < count; ++i) {
-    // Most watchers listen to one pair, kept in a compact array: most records are passed over
-    // without being touched.
-    if (keys[i] != key && keys[i] != kAskRecord) continue;
-    const Record& r = records[i];
-    // A record removed during this send may name an object its module has already freed: it
-    // is skipped before its filter could ask that object anything.
-    if (r.dead) continue;
-    if (r.count != 1 && !Accepts(r, *msg)) continue;
-    unsigned long answer = 0;
-    if (Traced()) {
-      answer = DeliverTraced(i, msg, n);
+  for (size_t i = 0, j = 0;;) {
+    const size_t ni = keyed ? keyed->size() : 0;
+    Record* r = nullptr;
+    if (i < ni && (j >= st.any.size() || (*keyed)[i]->seq < st.any[j]->seq)) {
+      r = (*keyed)[i++];
+      // A record removed during this send may name an object its module has already freed.
+      if (r->dead) continue;
+    } else if (j < st.any.size()) {
+      r = st.any[j++];
+      if (r->dead || !OwnFilterAccepts(r->watch, *msg)) continue;
     } else {
-      try {
-        answer = r.watch ? r.watch->OnMessage(msg) : r.callback(msg, r.userData);
-      } catch (...) {
-        HandleWatcherException(i, msg, n);
-      }
+      break;
     }
-    answer &= 0xFFFFFFFFul;
-    // The watcher may have registered others: the records may have moved and grown, and the
-    // new ones are reached too.
-    records = m_records.data();
-    keys = m_sendKeys.data();
-    count = m_records.size();
+    const unsigned long answer =
+        (Traced() ? CallTraced(*r, msg, n) : Call(*r, msg, n)) & 0xFFFFFFFFul;
+    if (!keyed) keyed = st.byPair.Find(key);  // the first watcher of this pair may have come
     if (answer != 0) result = answer;
     if (result > 0x7FFFFFFFul) break;
   }
   return result;
 }
 
-// Calls the watcher of record `index`. Records may move while it runs (registrations during
-// the send), so the record is looked up again by index after the call; its index stays valid
-// because removal during a send only marks records dead.
-unsigned long CRDMsgManager::DeliverOne(size_t index, KWMSGHDR* msg, uint32_t n) {
-  const Record& r = m_records[index];
+// The one place a watcher is called. The record stays where it is while the watcher runs
+// (records are held by pointer and removal during a send only marks them).
+inline unsigned long CRDMsgManager::Call(Record& r, KWMSGHDR* msg, uint32_t n) {
   try {
     return r.watch ? r.watch->OnMessage(msg) : r.callback(msg, r.userData);
   } catch (...) {
-    HandleWatcherException(index, msg, n);
+    HandleWatcherException(r, msg, n);
   }
   return 0;
 }
 
 // Called inside a catch block: sorts the watcher's exception into out-of-memory and the rest.
-void CRDMsgManager::HandleWatcherException(size_t index, KWMSGHDR* msg, uint32_t n) {
+void CRDMsgManager::HandleWatcherException(const Record& r, KWMSGHDR* msg, uint32_t n) {
   try {
     throw;
   } catch (const std::bad_alloc& e) {
     KWRDPub::DebugTrace(L"memory allocate failed:%s", kw::FromUtf8(e.what()).c_str());
   } catch (...) {
-    ReportWatcherFailure(m_records[index].name, msg, n);
+    ReportWatcherFailure(r.name, msg, n);
   }
 }
 
 // Delivery with the send log: the opening tag, the watcher's time when it was slow, the
 // closing tag.
-unsigned long CRDMsgManager::DeliverTraced(size_t index, KWMSGHDR* msg, uint32_t n) {
+unsigned long CRDMsgManager::CallTraced(Record& r, KWMSGHDR* msg, uint32_t n) {
   uint32_t start = GetTickCount();
-  TraceLogo(L"<RDMsg_Send%uTo dest='%s'>", n, m_records[index].name);
-  unsigned long answer = DeliverOne(index, msg, n);
+  TraceLogo(L"<RDMsg_Send%uTo dest='%s'>", n, r.name);
+  unsigned long answer = Call(r, msg, n);
   uint32_t took = GetTickCount() - start;
   if (took > kSlowMs) TraceLogo(L"RDMsg_time %.3fs", took / 1000.0);
   TraceLogo(L"</RDMsg_Send%uTo>", n);
@@ -347,17 +393,17 @@ void CRDMsgManager::ReportWatcherFailure(const wchar_t* name, const KWMSGHDR* ms
 std::vector<KWMSGWATCHERINFO> CRDMsgManager::Watchers() const {
   std::vector<KWMSGWATCHERINFO> list;
   try {
-    for (const Record& r : m_records) {
+    for (const std::unique_ptr<Record>& rec : m_state->records) {
+      const Record& r = *rec;
       if (r.dead) continue;
       KWMSGWATCHERINFO info;
       info.address =
           r.watch ? reinterpret_cast<uintptr_t>(r.watch) : reinterpret_cast<uintptr_t>(r.callback);
       info.name = r.name;
-      for (int k = 0; k < r.count; ++k) {
-        info.pairs.emplace_back(static_cast<uint32_t>(r.keys[k] >> 32),
-                                static_cast<uint32_t>(r.keys[k]));
+      for (uint64_t key : r.keys) {
+        info.pairs.emplace_back(static_cast<uint32_t>(key >> 32), static_cast<uint32_t>(key));
       }
-      if (r.count == 0 && r.watch) {
+      if (r.keys.empty() && r.watch) {
         info.ownFilter = true;
         info.type = r.watch->GetType();
         info.code = r.watch->GetMsg();
