@@ -57,11 +57,11 @@ class SendChain {
     if (m_len >= kLongChain) {
       Put(L"...", 3);
     } else if (m_len == 0) {
-      Put(link.pat, link.k);
-      if (m_len != 0) link.at = 0;
+      link.at = 0;
+      WriteNumber(0, n, link.k);
     } else if (m_len + link.k - 1 < kCap) {
       link.at = m_len - 1;
-      Put(link.pat + 1, link.k - 1);
+      WriteNumber(link.at, n, link.k);
     }
     return link;
   }
@@ -100,6 +100,19 @@ class SendChain {
   void Clear() {
     m_len = 0;
     m_text[0] = 0;
+  }
+  // Writes ",n," (k characters) at `at`, where a comma may already stand, and ends the chain
+  // there. The digits go straight into place, last first: copying them from a buffer written
+  // just before would stall the processor on every send.
+  void WriteNumber(size_t at, uint32_t n, size_t k) {
+    m_text[at] = L',';
+    m_text[at + k - 1] = L',';
+    for (size_t p = at + k - 1; p-- > at + 1;) {
+      m_text[p] = static_cast<wchar_t>(L'0' + n % 10);
+      n /= 10;
+    }
+    m_len = at + k;
+    m_text[m_len] = 0;
   }
   void Put(const wchar_t* s, size_t n) {
     if (m_len + n >= kCap) return;
