@@ -91,10 +91,22 @@ struct CRDMsgManager::Record {
   wchar_t name[33] = {};
 };
 
+// What a send needs of a registration, kept in the index lists so that a send reads nothing
+// else: copied from the record at registration, cleared when the record dies. 32 bytes, so that
+// a list's length is a shift away.
+struct CRDMsgManager::Entry {
+  uint64_t seq = 0;  // the record's
+  Record* rec = nullptr;
+  MsgFn callback = nullptr;  // a callback watcher's function; null for an object watcher
+  void* target = nullptr;    // the callback's user pointer, or the CMsgWatch object
+  // A dead entry has neither function nor object: nothing can be called through it.
+  bool Dead() const { return !callback && !target; }
+};
+
 struct CRDMsgManager::State {
+  KWRDPub::WatcherIndex<Entry> byPair;           // pair -> records with it in their list
   std::vector<std::unique_ptr<Record>> records;  // registration order
-  KWRDPub::WatcherIndex<Record> byPair;          // pair -> records with it in their list
-  std::vector<Record*> any;                      // objects without a list, registration order
+  std::vector<Entry> any;                        // objects without a list, registration order
   uint64_t nextSeq = 0;
   int sendDepth = 0;
   bool hasDead = false;
@@ -159,12 +171,14 @@ void CRDMsgManager::Add(const wchar_t* name, const unsigned int* types, const un
     record->seq = st.nextSeq++;
     // The array grows in steps of 8 records.
     if (st.records.size() == st.records.capacity()) st.records.reserve(st.records.size() + 8);
+    const Entry entry{record->seq, record.get(), record->callback,
+                      record->watch ? static_cast<void*>(record->watch) : record->userData};
     if (record->keys.empty()) {
       // A callback without pairs never matches: it is kept (and listed) but not indexed.
-      if (record->watch) st.any.push_back(record.get());
+      if (record->watch) st.any.push_back(entry);
     } else {
       for (uint64_t key : DistinctKeys(record->keys)) {
-        st.byPair.Add(key, record.get());
+        st.byPair.Add(key, entry);
         listed.push_back(key);
       }
     }
@@ -214,11 +228,26 @@ void CRDMsgManager::RegisterEx(const wchar_t* name, const unsigned int* types,
 // Removal: outside a send the record goes at once; during one it is only marked (invariant 4).
 void CRDMsgManager::Kill(size_t index) {
   if (m_state->sendDepth > 0) {
-    m_state->records[index]->dead = true;
-    m_state->hasDead = true;
+    MarkDead(*m_state->records[index]);
     return;
   }
   EraseAt(index);
+}
+
+// Removal during a send: the record and its entries are marked so that no send reaches it again.
+void CRDMsgManager::MarkDead(Record& r) {
+  State& st = *m_state;
+  r.dead = true;
+  st.hasDead = true;
+  const auto mark = [&r](std::vector<Entry>& list) {
+    for (Entry& e : list) {
+      if (e.rec == &r) e.callback = nullptr, e.target = nullptr;
+    }
+  };
+  if (r.keys.empty()) mark(st.any);
+  for (uint64_t key : r.keys) {
+    if (std::vector<Entry>* list = st.byPair.Find(key)) mark(*list);
+  }
 }
 
 // The one place a record leaves: its object released, its index entries and the record itself
@@ -228,7 +257,7 @@ void CRDMsgManager::EraseAt(size_t index) {
   Record* r = st.records[index].get();
   Release(*r);
   if (r->keys.empty()) {
-    st.any.erase(std::remove(st.any.begin(), st.any.end(), r), st.any.end());
+    std::erase_if(st.any, [r](const Entry& e) { return e.rec == r; });
   } else {
     for (uint64_t key : r->keys) st.byPair.Remove(key, r);  // a repeated key finds nothing more
   }
@@ -267,10 +296,79 @@ int CRDMsgManager::WatcherCount() const {
                                         [](const std::unique_ptr<Record>& r) { return !r->dead; }));
 }
 
+// The one place a watcher is called.
+inline unsigned long CRDMsgManager::Call(MsgFn callback, void* target, const Record* rec,
+                                         KWMSGHDR* msg, uint32_t n) {
+  try {
+    return callback ? callback(msg, target) : static_cast<CMsgWatch*>(target)->OnMessage(msg);
+  } catch (...) {
+    HandleWatcherException(*rec, msg, n);
+  }
+  return 0;
+}
+
+namespace {
+
+// The own filter of an object registered without pairs (0 = any). A filter that throws
+// accepts nothing.
+bool OwnFilterAccepts(CMsgWatch* watch, const KWMSGHDR& msg) {
+  try {
+    uint32_t type = watch->GetType();
+    uint32_t code = watch->GetMsg();
+    return (type == 0 || type == msg.type) && (code == 0 || code == msg.msg);
+  } catch (...) {
+    return false;
+  }
+}
+
+}  // namespace
+
+// Walks two lists at once in registration order: the entries listed under the message's pair
+// and the objects that filter for themselves. Both are read afresh after each call: watchers
+// registered during the send are appended to them and reached too (the pair's list is looked up
+// again when the index has moved it), and removed ones are only marked dead.
+inline unsigned long CRDMsgManager::Deliver(KWMSGHDR* msg, uint32_t n) {
+  State& st = *m_state;
+  const uint64_t key = PairKey(msg->type, msg->msg);
+  const std::vector<Entry>* keyed = st.byPair.Find(key);
+  uint64_t generation = st.byPair.Generation();
+  unsigned long result = 0;
+  for (size_t i = 0, j = 0;;) {
+    const size_t ni = keyed ? keyed->size() : 0;
+    const Entry* e = nullptr;
+    if (i < ni && (j >= st.any.size() || (*keyed)[i].seq < st.any[j].seq)) {
+      e = &(*keyed)[i++];
+    } else if (j < st.any.size()) {
+      e = &st.any[j++];
+      if (!e->Dead() && !OwnFilterAccepts(static_cast<CMsgWatch*>(e->target), *msg)) continue;
+    } else {
+      break;
+    }
+    // The lists may move while the watcher runs: what the call needs is taken out first, field
+    // by field (a copy of the whole entry would make the call wait for the copy to land).
+    const MsgFn callback = e->callback;
+    void* const target = e->target;
+    const Record* const rec = e->rec;
+    // A record removed during this send may name an object its module has already freed.
+    if (!callback && !target) continue;
+    const unsigned long answer =
+        (GetModuleState().SendLog() ? CallTraced(callback, target, rec, msg, n)
+                                    : Call(callback, target, rec, msg, n)) &
+        0xFFFFFFFFul;
+    if (generation != st.byPair.Generation()) {
+      keyed = st.byPair.Find(key);
+      generation = st.byPair.Generation();
+    }
+    if (answer != 0) result = answer;
+    if (result > 0x7FFFFFFFul) break;
+  }
+  return result;
+}
+
 unsigned long CRDMsgManager::SendMessageW(KWMSGHDR* msg) {
   if (!msg) return 0;
   g_chain.Revive();
-  if (!PassHostEnding(*msg)) return 0;
+  if (GetModuleState().HostEnding() && !PassHostEnding(*msg)) return 0;
   if (msg->type == KWRDPub::kSysMsgType && msg->msg == KWRDPub::kQuitMsgCode) {
     HandleQuit();
     return 0;
@@ -297,64 +395,6 @@ unsigned long CRDMsgManager::SendMessageW(KWMSGHDR* msg) {
   return result;
 }
 
-namespace {
-
-// The own filter of an object registered without pairs (0 = any). A filter that throws
-// accepts nothing.
-bool OwnFilterAccepts(CMsgWatch* watch, const KWMSGHDR& msg) {
-  try {
-    uint32_t type = watch->GetType();
-    uint32_t code = watch->GetMsg();
-    return (type == 0 || type == msg.type) && (code == 0 || code == msg.msg);
-  } catch (...) {
-    return false;
-  }
-}
-
-}  // namespace
-
-// Walks two lists at once in registration order: the records listed under the message's pair
-// and the objects that filter for themselves. Both are read afresh after each call: watchers
-// registered during the send are appended to them and reached too (their lists stay put, as
-// the index removes keys only outside sends), and removed ones are only marked dead.
-unsigned long CRDMsgManager::Deliver(KWMSGHDR* msg, uint32_t n) {
-  State& st = *m_state;
-  const uint64_t key = PairKey(msg->type, msg->msg);
-  const std::vector<Record*>* keyed = st.byPair.Find(key);
-  unsigned long result = 0;
-  for (size_t i = 0, j = 0;;) {
-    const size_t ni = keyed ? keyed->size() : 0;
-    Record* r = nullptr;
-    if (i < ni && (j >= st.any.size() || (*keyed)[i]->seq < st.any[j]->seq)) {
-      r = (*keyed)[i++];
-      // A record removed during this send may name an object its module has already freed.
-      if (r->dead) continue;
-    } else if (j < st.any.size()) {
-      r = st.any[j++];
-      if (r->dead || !OwnFilterAccepts(r->watch, *msg)) continue;
-    } else {
-      break;
-    }
-    const unsigned long answer =
-        (Traced() ? CallTraced(*r, msg, n) : Call(*r, msg, n)) & 0xFFFFFFFFul;
-    if (!keyed) keyed = st.byPair.Find(key);  // the first watcher of this pair may have come
-    if (answer != 0) result = answer;
-    if (result > 0x7FFFFFFFul) break;
-  }
-  return result;
-}
-
-// The one place a watcher is called. The record stays where it is while the watcher runs
-// (records are held by pointer and removal during a send only marks them).
-inline unsigned long CRDMsgManager::Call(Record& r, KWMSGHDR* msg, uint32_t n) {
-  try {
-    return r.watch ? r.watch->OnMessage(msg) : r.callback(msg, r.userData);
-  } catch (...) {
-    HandleWatcherException(r, msg, n);
-  }
-  return 0;
-}
-
 // Called inside a catch block: sorts the watcher's exception into out-of-memory and the rest.
 void CRDMsgManager::HandleWatcherException(const Record& r, KWMSGHDR* msg, uint32_t n) {
   try {
@@ -368,10 +408,11 @@ void CRDMsgManager::HandleWatcherException(const Record& r, KWMSGHDR* msg, uint3
 
 // Delivery with the send log: the opening tag, the watcher's time when it was slow, the
 // closing tag.
-unsigned long CRDMsgManager::CallTraced(Record& r, KWMSGHDR* msg, uint32_t n) {
+unsigned long CRDMsgManager::CallTraced(MsgFn callback, void* target, const Record* rec,
+                                        KWMSGHDR* msg, uint32_t n) {
   uint32_t start = GetTickCount();
-  TraceLogo(L"<RDMsg_Send%uTo dest='%s'>", n, r.name);
-  unsigned long answer = Call(r, msg, n);
+  TraceLogo(L"<RDMsg_Send%uTo dest='%s'>", n, rec->name);
+  unsigned long answer = Call(callback, target, rec, msg, n);
   uint32_t took = GetTickCount() - start;
   if (took > kSlowMs) TraceLogo(L"RDMsg_time %.3fs", took / 1000.0);
   TraceLogo(L"</RDMsg_Send%uTo>", n);

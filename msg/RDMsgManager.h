@@ -125,17 +125,20 @@ class CRDMsgManager {
 
  private:
   struct Record;
+  struct Entry;
   struct State;
 
   void Add(const wchar_t* name, const unsigned int* types, const unsigned int* msgs, int count,
            std::unique_ptr<Record> record);
   bool IsRegistered(const CMsgWatch* watch) const;
   void Kill(size_t index);
+  void MarkDead(Record& r);
   void EraseAt(size_t index);
   void EraseDead();
   unsigned long Deliver(KWMSGHDR* msg, uint32_t n);
-  unsigned long Call(Record& r, KWMSGHDR* msg, uint32_t n);
-  unsigned long CallTraced(Record& r, KWMSGHDR* msg, uint32_t n);
+  unsigned long Call(MsgFn callback, void* target, const Record* rec, KWMSGHDR* msg, uint32_t n);
+  unsigned long CallTraced(MsgFn callback, void* target, const Record* rec, KWMSGHDR* msg,
+                           uint32_t n);
   void HandleWatcherException(const Record& r, KWMSGHDR* msg, uint32_t n);
   void ReportWatcherFailure(const wchar_t* name, const KWMSGHDR* msg, uint32_t n);
 

@@ -9,7 +9,7 @@ namespace {
 
 using KWRDPub::SendChain;
 
-std::wstring Text(const SendChain& chain) {
+std::wstring Text(SendChain& chain) {
   return chain.Text();
 }
 
