@@ -87,12 +87,12 @@ void BM_Signals2(benchmark::State& state) {
   for (auto _ : state) benchmark::DoNotOptimize(sig(&msg));
 }
 
-BENCHMARK(BM_SendMessageW);
-BENCHMARK(BM_SendMessageW512);
-BENCHMARK(BM_FunctionLoop);
-BENCHMARK(BM_TracedSend);
-BENCHMARK(BM_TracedSend512);
-BENCHMARK(BM_Signals2);
+BENCHMARK(BM_SendMessageW)->Repetitions(5);
+BENCHMARK(BM_SendMessageW512)->Repetitions(5);
+BENCHMARK(BM_FunctionLoop)->Repetitions(5);
+BENCHMARK(BM_TracedSend)->Repetitions(5);
+BENCHMARK(BM_TracedSend512)->Repetitions(5);
+BENCHMARK(BM_Signals2)->Repetitions(5);
 
 }  // namespace
 
