@@ -104,6 +104,8 @@ struct CRDMsgManager::Entry {
 };
 
 struct CRDMsgManager::State {
+  static inline const std::vector<Entry> kNoEntries{};  // the list of a pair nobody listens to
+
   KWRDPub::WatcherIndex<Entry> byPair;           // pair -> records with it in their list
   std::vector<std::unique_ptr<Record>> records;  // registration order
   std::vector<Entry> any;                        // objects without a list, registration order
@@ -323,6 +325,12 @@ bool OwnFilterAccepts(CMsgWatch* watch, const KWMSGHDR& msg) {
 
 }  // namespace
 
+// The entries listed under `key`; an empty list when there are none.
+const std::vector<CRDMsgManager::Entry>* CRDMsgManager::KeyedList(State& st, uint64_t key) {
+  const std::vector<Entry>* list = st.byPair.Find(key);
+  return list ? list : &State::kNoEntries;
+}
+
 // Walks two lists at once in registration order: the entries listed under the message's pair
 // and the objects that filter for themselves. Both are read afresh after each call: watchers
 // registered during the send are appended to them and reached too (the pair's list is looked up
@@ -330,19 +338,20 @@ bool OwnFilterAccepts(CMsgWatch* watch, const KWMSGHDR& msg) {
 inline unsigned long CRDMsgManager::Deliver(KWMSGHDR* msg, uint32_t n) {
   State& st = *m_state;
   const uint64_t key = PairKey(msg->type, msg->msg);
-  const std::vector<Entry>* keyed = st.byPair.Find(key);
+  const std::vector<Entry>* keyed = KeyedList(st, key);
   uint64_t generation = st.byPair.Generation();
   unsigned long result = 0;
   for (size_t i = 0, j = 0;;) {
-    const size_t ni = keyed ? keyed->size() : 0;
     const Entry* e = nullptr;
-    if (i < ni && (j >= st.any.size() || (*keyed)[i].seq < st.any[j].seq)) {
+    if (j == st.any.size()) {
+      // No self-filtering object comes before the next listed entry: the usual case.
+      if (i == keyed->size()) break;
       e = &(*keyed)[i++];
-    } else if (j < st.any.size()) {
+    } else if (i < keyed->size() && (*keyed)[i].seq < st.any[j].seq) {
+      e = &(*keyed)[i++];
+    } else {
       e = &st.any[j++];
       if (!e->Dead() && !OwnFilterAccepts(static_cast<CMsgWatch*>(e->target), *msg)) continue;
-    } else {
-      break;
     }
     // The lists may move while the watcher runs: what the call needs is taken out first, field
     // by field (a copy of the whole entry would make the call wait for the copy to land).
@@ -356,7 +365,7 @@ inline unsigned long CRDMsgManager::Deliver(KWMSGHDR* msg, uint32_t n) {
                                     : Call(callback, target, rec, msg, n)) &
         0xFFFFFFFFul;
     if (generation != st.byPair.Generation()) {
-      keyed = st.byPair.Find(key);
+      keyed = KeyedList(st, key);
       generation = st.byPair.Generation();
     }
     if (answer != 0) result = answer;

@@ -135,6 +135,7 @@ class CRDMsgManager {
   void MarkDead(Record& r);
   void EraseAt(size_t index);
   void EraseDead();
+  static const std::vector<Entry>* KeyedList(State& st, uint64_t key);
   unsigned long Deliver(KWMSGHDR* msg, uint32_t n);
   unsigned long Call(MsgFn callback, void* target, const Record* rec, KWMSGHDR* msg, uint32_t n);
   unsigned long CallTraced(MsgFn callback, void* target, const Record* rec, KWMSGHDR* msg,

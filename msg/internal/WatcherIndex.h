@@ -81,8 +81,9 @@ class WatcherIndex {
   size_t SlotOf(uint64_t key) const {
     if (m_used == 0) return kNone;
     for (size_t i = Home(key);; i = (i + 1) & Mask()) {
-      if (m_slots[i].list.empty()) return kNone;
-      if (m_slots[i].key == key) return i;
+      const Slot& s = m_slots[i];
+      if (s.key == key && !s.list.empty()) return i;
+      if (s.list.empty()) return kNone;
     }
   }
 
