@@ -66,13 +66,19 @@ TEST(SendChain, TheQuitMessageDropsTheChainAndTheNextOutermostSendRestartsIt) {
   chain.Drop();  // quit message sent from inside send 1
   EXPECT_FALSE(chain.Live());
   EXPECT_EQ(Text(chain), L"");
-  chain.Restore(one);  // no longer in the chain: nothing to cut, the numbering goes on
+  // Still inside send 1: a later send starts a chain of its own, numbered on from 2.
   chain.Revive();
   const uint32_t n = chain.NextNumber();
   EXPECT_EQ(n, 2u);
   const SendChain::Link two = chain.Extend(n);
   EXPECT_EQ(Text(chain), L",2,");
-  chain.Restore(two);
+  const SendChain::Link three = chain.Extend(chain.NextNumber());
+  EXPECT_EQ(Text(chain), L",2,3,");
+  chain.Restore(three);
+  chain.Restore(two);  // the outermost of the new chain: empty, numbering restarts
+  EXPECT_EQ(Text(chain), L"");
+  chain.Restore(one);  // its number went with the quit message: nothing to cut
+  EXPECT_EQ(Text(chain), L"");
   EXPECT_EQ(chain.NextNumber(), 1u);
 }
 
