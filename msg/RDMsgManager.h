@@ -14,9 +14,10 @@
 //   3. The index lists, for each (type, code) pair, the records with that pair in their list,
 //      and separately the objects registered without a list ("any": their own GetType/GetMsg
 //      decide), each in registration order; it names exactly the records the dispatcher holds.
-//   4. While a send is in progress removal only marks a record dead; dead records receive
-//      nothing, are not listed, and are erased (their auto-deleted objects released, their index
-//      entries removed) when the outermost send ends. Outside sends there are no dead records.
+//   4. While a send is in progress removal only marks a record dead and clears its index
+//      entries (nothing can be called through them); dead records receive nothing, are not
+//      listed, and are erased (their auto-deleted objects released, their index entries removed)
+//      when the outermost send ends. Outside sends there are no dead records.
 //   5. An untraced send allocates no heap memory.
 #ifndef KW_MSG_RDMSGMANAGER_H_
 #define KW_MSG_RDMSGMANAGER_H_
