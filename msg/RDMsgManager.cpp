@@ -299,8 +299,9 @@ int CRDMsgManager::WatcherCount() const {
 }
 
 // The one place a watcher is called.
-inline unsigned long CRDMsgManager::Call(MsgFn callback, void* target, const Record* rec,
-                                         KWMSGHDR* msg, uint32_t n) {
+[[gnu::always_inline]] inline unsigned long CRDMsgManager::Call(MsgFn callback, void* target,
+                                                                const Record* rec, KWMSGHDR* msg,
+                                                                uint32_t n) {
   try {
     return callback ? callback(msg, target) : static_cast<CMsgWatch*>(target)->OnMessage(msg);
   } catch (...) {
@@ -326,7 +327,8 @@ bool OwnFilterAccepts(CMsgWatch* watch, const KWMSGHDR& msg) {
 }  // namespace
 
 // The entries listed under `key`; an empty list when there are none.
-const std::vector<CRDMsgManager::Entry>* CRDMsgManager::KeyedList(State& st, uint64_t key) {
+[[gnu::always_inline]] inline const std::vector<CRDMsgManager::Entry>* CRDMsgManager::KeyedList(
+    State& st, uint64_t key) {
   const std::vector<Entry>* list = st.byPair.Find(key);
   return list ? list : &State::kNoEntries;
 }
@@ -335,7 +337,8 @@ const std::vector<CRDMsgManager::Entry>* CRDMsgManager::KeyedList(State& st, uin
 // and the objects that filter for themselves. Both are read afresh after each call: watchers
 // registered during the send are appended to them and reached too (the pair's list is looked up
 // again when the index has moved it), and removed ones are only marked dead.
-inline unsigned long CRDMsgManager::Deliver(KWMSGHDR* msg, uint32_t n) {
+// Kept inside SendMessageW at every optimisation level: the send is one function.
+[[gnu::always_inline]] inline unsigned long CRDMsgManager::Deliver(KWMSGHDR* msg, uint32_t n) {
   State& st = *m_state;
   const uint64_t key = PairKey(msg->type, msg->msg);
   const std::vector<Entry>* keyed = KeyedList(st, key);

@@ -32,7 +32,7 @@ class WatcherIndex {
 
   // The entries listed under `key`, oldest first; null when there are none. Valid until
   // Generation() changes.
-  List* Find(uint64_t key) {
+  [[gnu::always_inline]] List* Find(uint64_t key) {
     const size_t i = SlotOf(key);
     return i == kNone ? nullptr : &m_slots[i].list;
   }
@@ -78,7 +78,7 @@ class WatcherIndex {
   };
   static constexpr size_t kNone = ~size_t{0};
 
-  size_t SlotOf(uint64_t key) const {
+  [[gnu::always_inline]] size_t SlotOf(uint64_t key) const {
     if (m_used == 0) return kNone;
     for (size_t i = Home(key);; i = (i + 1) & Mask()) {
       const Slot& s = m_slots[i];
