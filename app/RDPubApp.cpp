@@ -1,14 +1,17 @@
 #include "app/RDPubApp.h"
 
 #include <iterator>
+#include <new>
 #include <string>
 
+#include "app/WatcherList.h"
 #include "common/format.h"
 #include "common/text.h"
 #include "msg/DebugTrace.h"
+#include "msg/KWMsgTracker.h"
+#include "msg/ModuleState.h"
 #include "msg/RDMsgManager.h"
 #include "msg/TraceLogo.h"
-#include "msg/internal/ModuleState.h"
 #include "persist/RDUserConfig.h"
 
 namespace {
@@ -29,8 +32,10 @@ constexpr size_t kPathChars = 4096;
 CRDPubApp::CRDPubApp() : AcRxArxApp(kCommandTable, static_cast<int>(std::size(kCommandTable))) {}
 
 CRDPubApp& CRDPubApp::GetInstance() {
-  // Never destroyed: the host may still send messages while the process ends.
-  static CRDPubApp* app = new CRDPubApp;
+  // Never destroyed, since the host may still send messages while the process ends; kept in
+  // static storage rather than on the heap, so nothing is left behind when the module unloads.
+  alignas(CRDPubApp) static unsigned char storage[sizeof(CRDPubApp)];
+  static CRDPubApp* app = new (storage) CRDPubApp;
   return *app;
 }
 
@@ -46,7 +51,7 @@ AcRx::AppRetCode CRDPubApp::On_kUnloadAppMsg(void* pkt) {
   AcRx::AppRetCode result = AcRxArxApp::On_kUnloadAppMsg(pkt);
   acedRemoveWatchWinMsg(&CRDPubApp::WatchMainWindow);
   KWRDPub::TraceLogo(L"<RDPubUnloaded />");
-  KWRDPub::GetModuleState().hostEnding = 1;
+  KWRDPub::GetModuleState().MarkUnloading();
   RDUserConfig::Save();
   return result;
 }
@@ -55,8 +60,7 @@ void CRDPubApp::WatchMainWindow(const MSG* msg) {
   if (!msg) return;
   if (msg->message != WM_CLOSE && msg->message != WM_DESTROY && msg->message != WM_QUIT) return;
   if (msg->hwnd != acedGetAcadFrame()) return;
-  KWRDPub::ModuleState& st = KWRDPub::GetModuleState();
-  st.hostEndTick = GetTickCount();
+  const uint32_t tick = GetTickCount();
   SYSTEMTIME now{};
   GetLocalTime(&now);
   wchar_t line[KWRDPub::ModuleState::kLastLineChars];
@@ -64,12 +68,12 @@ void CRDPubApp::WatchMainWindow(const MSG* msg) {
                  msg->message, now.wHour, now.wMinute, now.wSecond);
   KWRDPub::TraceLogo(L"%s", line);
   KWRDPub::DebugTrace(L"%s", line);
-  st.SetLastHostEnded(line);
-  st.hostEnding = 1;
+  KWRDPub::GetModuleState().MarkHostEnding(line, tick);
 }
 
 void CRDPubApp::ProcessDetach() {
   CRDMsgManager::Destroy();
+  KWRDPub::CKWMsgTracker::Destroy();
   KWRDPub::CTraceLogo::Destroy();
 }
 
@@ -95,21 +99,21 @@ void CRDPubApp::SaveLogo() {
 }
 
 void CRDPubApp::TraceMsgLogo() {
-  uint32_t& trace = KWRDPub::GetModuleState().traceMsgLogo;
+  KWRDPub::ModuleState& st = KWRDPub::GetModuleState();
   std::wstring prompt =
-      std::wstring(L"记录消息发送日志[记录(Y)/不记录(N)]") + (trace ? L"<Y>:" : L"<N>:");
+      std::wstring(L"记录消息发送日志[记录(Y)/不记录(N)]") + (st.SendLog() ? L"<Y>:" : L"<N>:");
   wchar_t answer[133] = {};
   acedInitGet(0, L"Y N");
   if (acedGetKword(prompt.c_str(), answer, std::size(answer)) == RTCAN) return;
   if (kw::EqualsNoCase(answer, L"Y")) {
-    trace = 1;
+    st.SetSendLog(1);
   } else if (kw::EqualsNoCase(answer, L"N")) {
-    trace = 0;
+    st.SetSendLog(0);
   }
 }
 
 void CRDPubApp::MsgWatchers() {
-  CRDMsgManager::GetInstance()->TraceWatchers();
+  KWRDPub::PrintWatcherList(*CRDMsgManager::GetInstance());
 }
 
 extern "C" AcRx::AppRetCode acrxEntryPoint(AcRx::AppMsgCode msg, void* pkt) {

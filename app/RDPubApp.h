@@ -5,8 +5,8 @@
 // (ClearLogo, SaveLogo, TraceMsgLogo, MsgWatchers, RDVar), then the main-window watcher.
 // Unload (kUnloadAppMsg): two debugging-trace lines, the command group removed, the watcher
 // removed, "<RDPubUnloaded />" traced, the host-ending flag set, the user variables saved.
-// Process detach (the shared object's unload): the dispatcher is destroyed, then the trace log
-// is wiped and destroyed.
+// Process detach (the shared object's unload): ProcessDetach tears down every singleton of the
+// library. The application object itself lives in static storage and is never destroyed.
 #ifndef KW_APP_RDPUBAPP_H_
 #define KW_APP_RDPUBAPP_H_
 
@@ -26,7 +26,12 @@ class CRDPubApp : public AcRxArxApp {
   // The main-window watcher: WM_CLOSE, WM_DESTROY and WM_QUIT addressed to the main frame
   // record the host's end (tick count, trace line, host-ending flag).
   static void WatchMainWindow(const MSG* msg);
-  // The last steps of the process: dispatcher destroyed, trace log wiped and destroyed.
+  // The library's one shutdown: destroys every singleton of the library, in this order:
+  //   1. the message dispatcher (it releases its auto-deleted watcher objects);
+  //   2. the message tracker;
+  //   3. the trace log, last: the others may write lines until they are gone, and a running
+  //      companion is asked to keep the last lines before the block goes.
+  // Each is created again by its next GetInstance. Safe to call more than once.
   static void ProcessDetach();
 
   // The five commands of group "RDPub".

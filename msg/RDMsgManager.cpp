@@ -9,8 +9,10 @@
 #include "host/api/editor.h"
 #include "host/api/win.h"
 #include "msg/DebugTrace.h"
+#include "msg/ModuleState.h"
 #include "msg/TraceLogo.h"
-#include "msg/internal/ModuleState.h"
+#include "msg/internal/SendChain.h"
+#include "msg/internal/WatcherIndex.h"
 
 using KWRDPub::GetModuleState;
 using KWRDPub::TraceLogo;
@@ -19,92 +21,9 @@ CRDMsgManager* CRDMsgManager::m_sInstance = nullptr;
 
 namespace {
 
-// The nesting chain of the sends in progress (",1,2,3,"), outermost first.
-// Invariants: len < kCap and text[len] == 0; `live` is false after the quit message until the
-// next send. Past kLongChain characters each deeper send appends "..." instead of its number,
-// as long as the buffer has room; a full buffer stays as it is.
-struct SendChain {
-  static constexpr size_t kCap = 100;
-  static constexpr size_t kLongChain = 85;
-  wchar_t text[kCap] = {};
-  size_t len = 0;
-  bool live = false;
-  uint32_t counter = 0;
-
-  void Clear() {
-    len = 0;
-    text[0] = 0;
-  }
-  void Put(const wchar_t* s, size_t n) {
-    if (len + n >= kCap) return;
-    for (size_t i = 0; i < n; ++i) text[len + i] = s[i];  // a few characters: no library call
-    len += n;
-    text[len] = 0;
-  }
-  bool StandsAt(size_t at, const wchar_t* s, size_t n) const {
-    if (at > len || len - at < n) return false;
-    for (size_t i = 0; i < n; ++i) {
-      if (text[at + i] != s[i]) return false;
-    }
-    return true;
-  }
-  // One send's entry: the pattern ",n," it is searched by, and where Extend put it.
-  struct Link {
-    wchar_t pat[13];
-    size_t k = 0;
-    size_t at = std::wstring_view::npos;  // npos when the number was not written
-  };
-
-  static Link MakeLink(uint32_t n) {
-    Link link;
-    wchar_t rev[10];
-    size_t d = 0;
-    do {
-      rev[d++] = static_cast<wchar_t>(L'0' + n % 10);
-      n /= 10;
-    } while (n);
-    link.pat[link.k++] = L',';
-    while (d > 0) link.pat[link.k++] = rev[--d];
-    link.pat[link.k++] = L',';
-    return link;
-  }
-  // Appends send n: ",n," to an empty chain, "n," otherwise, "..." past kLongChain characters.
-  Link Extend(uint32_t n) {
-    Link link = MakeLink(n);
-    if (len >= kLongChain) {
-      Put(L"...", 3);
-    } else if (len == 0) {
-      Put(link.pat, link.k);
-      if (len != 0) link.at = 0;
-    } else if (len + link.k - 1 < kCap) {
-      link.at = len - 1;
-      Put(link.pat + 1, link.k - 1);
-    }
-    return link;
-  }
-  // Ends a send: ",n," at the start empties the chain and restarts the numbering; found later,
-  // the chain is cut after the comma before n; not found (shown as "..."), it is left. Numbers in
-  // a chain are unique, so when ",n," still stands where Extend put it, that is the first
-  // occurrence and the search is skipped.
-  void Restore(const Link& link) {
-    size_t at = StandsAt(link.at, link.pat, link.k)
-                    ? link.at
-                    : std::wstring_view(text, len).find(std::wstring_view(link.pat, link.k));
-    if (at == std::wstring_view::npos) return;
-    if (at == 0) {
-      Clear();
-      counter = 0;
-      return;
-    }
-    len = at + 1;
-    text[len] = 0;
-  }
-};
-
-SendChain g_chain;
+KWRDPub::SendChain g_chain;
 
 constexpr uint32_t kSlowMs = 100;
-constexpr uint32_t kWarnAfterMs = 60000;
 
 unsigned long ShowMsgWatcher(KWMSGHDR* msg, void*) {
   if (msg->type != KWRDPub::kSysMsgType || msg->msg != KWRDPub::kShowMsgCode) return 0;
@@ -118,34 +37,29 @@ unsigned long ShowMsgWatcher(KWMSGHDR* msg, void*) {
 }
 
 void ShowEndingBox(const wchar_t* lead) {
-  std::wstring text = kw::FormatW(L"%s%s", lead, GetModuleState().lastHostEnded);
+  std::wstring text = kw::FormatW(L"%s%s", lead, GetModuleState().LastHostEnded());
   MessageBoxW(acedGetAcadFrame(), text.c_str(), L"出错提示", MB_ICONERROR);
 }
 
 // Host-ending rule: false when the send must be refused.
 bool PassHostEnding(const KWMSGHDR& msg) {
   KWRDPub::ModuleState& st = GetModuleState();
-  if (!st.hostEnding) return true;
-  if (st.warnAfterEnd && GetTickCount() - st.hostEndTick > kWarnAfterMs) {
-    st.warnAfterEnd = false;
+  if (!st.HostEnding()) return true;
+  if (st.WarningDue(GetTickCount())) {
     ShowEndingBox(L"程序收到异常退出CAD消息，强列建议重启软件！\n");
-    st.hostEnding = 0;
+    st.AcknowledgeHostEnding(true);
     return true;
   }
   if (msg.type != KWRDPub::kEndingMsgType || msg.msg != KWRDPub::kEndingMsgCode) return false;
   ShowEndingBox(L"程序收到异常退出消息，强列建议重启软件！\n");
-  st.hostEnding = 0;
+  st.AcknowledgeHostEnding(false);
   return true;
 }
 
 void HandleQuit() {
-  KWRDPub::ModuleState& st = GetModuleState();
-  g_chain.Clear();
-  g_chain.live = false;
+  g_chain.Drop();
   TraceLogo(L"<QuitMsg />");
-  st.SetLastHostEnded(L"<QuitMsg />");
-  st.hostEnding = 1;
-  st.hostEndTick = GetTickCount();
+  GetModuleState().MarkHostEnding(L"<QuitMsg />", GetTickCount());
 }
 
 // One (type, code) pair as a single comparable word.
@@ -154,13 +68,68 @@ constexpr uint64_t PairKey(uint32_t type, uint32_t code) {
 }
 
 bool Traced() {
-  return GetModuleState().traceMsgLogo != 0;
+  return GetModuleState().SendLog() != 0;
 }
 
 void CopyName(wchar_t (&dst)[33], const wchar_t* name) {
   size_t n = 0;
   for (; name && name[n] && n < 32; ++n) dst[n] = name[n];
   dst[n] = 0;
+}
+
+}  // namespace
+
+// One registration.
+struct CRDMsgManager::Record {
+  uint64_t seq = 0;          // registration order (invariant 1)
+  bool dead = false;         // removed during a send; erased when it ends
+  MsgFn callback = nullptr;  // a callback watcher, or
+  void* userData = nullptr;
+  CMsgWatch* watch = nullptr;  // an object watcher
+  bool autoDelete = false;
+  std::vector<uint64_t> keys;  // the (type, code) pairs as registered, type in the high word
+  wchar_t name[33] = {};
+};
+
+// What a send needs of a registration, kept in the index lists so that a send reads nothing
+// else: copied from the record at registration, cleared when the record dies. 32 bytes, so that
+// a list's length is a shift away.
+struct CRDMsgManager::Entry {
+  uint64_t seq = 0;  // the record's
+  Record* rec = nullptr;
+  MsgFn callback = nullptr;  // a callback watcher's function; null for an object watcher
+  void* target = nullptr;    // the callback's user pointer, or the CMsgWatch object
+  // A dead entry has neither function nor object: nothing can be called through it.
+  bool Dead() const { return !callback && !target; }
+};
+
+struct CRDMsgManager::State {
+  static inline const std::vector<Entry> kNoEntries{};  // the list of a pair nobody listens to
+
+  KWRDPub::WatcherIndex<Entry> byPair;           // pair -> records with it in their list
+  std::vector<std::unique_ptr<Record>> records;  // registration order
+  std::vector<Entry> any;                        // objects without a list, registration order
+  uint64_t nextSeq = 0;
+  int sendDepth = 0;
+  bool hasDead = false;
+};
+
+namespace {
+
+// The distinct keys of a pair list: a record is listed once under each of its pairs.
+std::vector<uint64_t> DistinctKeys(std::vector<uint64_t> keys) {
+  std::sort(keys.begin(), keys.end());
+  keys.erase(std::unique(keys.begin(), keys.end()), keys.end());
+  return keys;
+}
+
+// The object's memory goes back without its destructor running (nor any look at its virtual
+// table): the watcher's module may already be unloaded. The object must have been allocated
+// with new and CMsgWatch must be its first base.
+template <class R>
+void Release(R& r) {
+  if (r.watch && r.autoDelete) ::operator delete(static_cast<void*>(r.watch));
+  r.watch = nullptr;
 }
 
 }  // namespace
@@ -174,57 +143,58 @@ void CRDMsgManager::Destroy() {
   delete m_sInstance;
   m_sInstance = nullptr;
   // The send state goes with the dispatcher: a new one numbers its sends from 1 again.
-  g_chain = SendChain{};
+  g_chain = KWRDPub::SendChain{};
 }
 
-CRDMsgManager::CRDMsgManager() {
-  m_records.reserve(8);
-  m_sendKeys.reserve(8);
+CRDMsgManager::CRDMsgManager() : m_state(std::make_unique<State>()) {
+  m_state->records.reserve(8);
   Register(L"ShowMsg", KWRDPub::kSysMsgType, KWRDPub::kShowMsgCode, &ShowMsgWatcher, nullptr);
 }
 
 CRDMsgManager::~CRDMsgManager() {
-  for (Record& r : m_records) {
-    if (!r.dead) Release(r);
+  for (std::unique_ptr<Record>& r : m_state->records) {
+    if (!r->dead) Release(*r);
   }
 }
 
-// The object's memory goes back without its destructor running (nor any look at its virtual
-// table): the watcher's module may already be unloaded. The object must have been allocated
-// with new and CMsgWatch must be its first base.
-void CRDMsgManager::Release(Record& r) {
-  if (r.watch && r.autoDelete) ::operator delete(static_cast<void*>(r.watch));
-  r.watch = nullptr;
-}
-
 // Appends `record` (its watcher fields already set) with the name cut to 32 characters and a
-// copy of the pair list (none when either array is null). An allocation failure is traced and
-// the registration dropped.
+// copy of the pair list (none when either array is null), and lists it in the index. An
+// allocation failure is traced and the registration dropped whole.
 void CRDMsgManager::Add(const wchar_t* name, const unsigned int* types, const unsigned int* msgs,
-                        int count, Record record) {
+                        int count, std::unique_ptr<Record> record) {
+  State& st = *m_state;
+  std::vector<uint64_t> listed;
   try {
     if (count > 0 && types && msgs) {
-      record.keys.resize(static_cast<size_t>(count));
-      for (int k = 0; k < count; ++k) record.keys[k] = PairKey(types[k], msgs[k]);
-      record.key0 = record.keys[0];
-      record.count = count;
+      record->keys.resize(static_cast<size_t>(count));
+      for (int k = 0; k < count; ++k) record->keys[k] = PairKey(types[k], msgs[k]);
     }
-    CopyName(record.name, name);
+    CopyName(record->name, name);
+    record->seq = st.nextSeq++;
     // The array grows in steps of 8 records.
-    if (m_records.size() == m_records.capacity()) {
-      m_records.reserve(m_records.size() + 8);
-      m_sendKeys.reserve(m_records.capacity());
+    if (st.records.size() == st.records.capacity()) st.records.reserve(st.records.size() + 8);
+    const Entry entry{record->seq, record.get(), record->callback,
+                      record->watch ? static_cast<void*>(record->watch) : record->userData};
+    if (record->keys.empty()) {
+      // A callback without pairs never matches: it is kept (and listed) but not indexed.
+      if (record->watch) st.any.push_back(entry);
+    } else {
+      for (uint64_t key : DistinctKeys(record->keys)) {
+        st.byPair.Add(key, entry);
+        listed.push_back(key);
+      }
     }
-    m_sendKeys.push_back(record.count == 1 ? record.key0 : kAskRecord);
-    m_records.push_back(std::move(record));
+    st.records.push_back(std::move(record));
   } catch (const std::bad_alloc&) {
+    for (uint64_t key : listed) st.byPair.Remove(key, record.get());
     KWRDPub::DebugTrace(L"memory allocate failed:%s", L"CRDMsgManager::Register");
   }
 }
 
 bool CRDMsgManager::IsRegistered(const CMsgWatch* watch) const {
-  return std::any_of(m_records.begin(), m_records.end(),
-                     [watch](const Record& r) { return !r.dead && r.watch == watch; });
+  return std::any_of(
+      m_state->records.begin(), m_state->records.end(),
+      [watch](const std::unique_ptr<Record>& r) { return !r->dead && r->watch == watch; });
 }
 
 void CRDMsgManager::Register(const wchar_t* name, unsigned int type, unsigned int msg, MsgFn fn,
@@ -235,9 +205,10 @@ void CRDMsgManager::Register(const wchar_t* name, unsigned int type, unsigned in
 void CRDMsgManager::RegisterEx(const wchar_t* name, const unsigned int* types,
                                const unsigned int* msgs, int count, MsgFn fn, void* userData) {
   if (!fn) return;
-  Record r;
-  r.callback = fn;
-  r.userData = userData;
+  std::unique_ptr<Record> r(new (std::nothrow) Record);
+  if (!r) return;
+  r->callback = fn;
+  r->userData = userData;
   Add(name, types, msgs, count, std::move(r));
 }
 
@@ -249,45 +220,73 @@ void CRDMsgManager::RegisterEx(const wchar_t* name, const unsigned int* types,
                                const unsigned int* msgs, int count, CMsgWatch* watch,
                                bool autoDelete) {
   if (!watch || IsRegistered(watch)) return;
-  Record r;
-  r.watch = watch;
-  r.autoDelete = autoDelete;
+  std::unique_ptr<Record> r(new (std::nothrow) Record);
+  if (!r) return;
+  r->watch = watch;
+  r->autoDelete = autoDelete;
   Add(name, types, msgs, count, std::move(r));
 }
 
+// Removal: outside a send the record goes at once; during one it is only marked (invariant 4).
 void CRDMsgManager::Kill(size_t index) {
-  if (m_sendDepth > 0) {
-    m_records[index].dead = true;
-    m_hasDead = true;
+  if (m_state->sendDepth > 0) {
+    MarkDead(*m_state->records[index]);
     return;
   }
-  Release(m_records[index]);
-  m_records.erase(m_records.begin() + static_cast<ptrdiff_t>(index));
-  m_sendKeys.erase(m_sendKeys.begin() + static_cast<ptrdiff_t>(index));
+  EraseAt(index);
+}
+
+// Removal during a send: the record and its entries are marked so that no send reaches it again.
+void CRDMsgManager::MarkDead(Record& r) {
+  State& st = *m_state;
+  r.dead = true;
+  st.hasDead = true;
+  const auto mark = [&r](std::vector<Entry>& list) {
+    for (Entry& e : list) {
+      if (e.rec == &r) e.callback = nullptr, e.target = nullptr;
+    }
+  };
+  if (r.keys.empty()) mark(st.any);
+  for (uint64_t key : r.keys) {
+    if (std::vector<Entry>* list = st.byPair.Find(key)) mark(*list);
+  }
+}
+
+// The one place a record leaves: its object released, its index entries and the record itself
+// removed, so the records and the index always name the same registrations.
+void CRDMsgManager::EraseAt(size_t index) {
+  State& st = *m_state;
+  Record* r = st.records[index].get();
+  Release(*r);
+  if (r->keys.empty()) {
+    std::erase_if(st.any, [r](const Entry& e) { return e.rec == r; });
+  } else {
+    for (uint64_t key : r->keys) st.byPair.Remove(key, r);  // a repeated key finds nothing more
+  }
+  st.records.erase(st.records.begin() + static_cast<ptrdiff_t>(index));
 }
 
 void CRDMsgManager::EraseDead() {
-  if (!m_hasDead) return;
-  m_hasDead = false;
-  for (size_t i = m_records.size(); i-- > 0;) {
-    if (!m_records[i].dead) continue;
-    Release(m_records[i]);
-    m_records.erase(m_records.begin() + static_cast<ptrdiff_t>(i));
-    m_sendKeys.erase(m_sendKeys.begin() + static_cast<ptrdiff_t>(i));
+  if (!m_state->hasDead) return;
+  m_state->hasDead = false;
+  for (size_t i = m_state->records.size(); i-- > 0;) {
+    if (m_state->records[i]->dead) EraseAt(i);
   }
 }
 
 void CRDMsgManager::RemoveRegister(MsgFn fn) {
   if (!fn) return;
-  for (size_t i = m_records.size(); i-- > 0;) {
-    if (!m_records[i].dead && m_records[i].callback == fn) Kill(i);
+  for (size_t i = m_state->records.size(); i-- > 0;) {
+    const Record& r = *m_state->records[i];
+    if (!r.dead && r.callback == fn) Kill(i);
   }
 }
 
 void CRDMsgManager::RemoveRegister(CMsgWatch* watch) {
   if (!watch) return;
-  for (size_t i = m_records.size(); i-- > 0;) {
-    if (!m_records[i].dead && m_records[i].watch == watch) {
+  for (size_t i = m_state->records.size(); i-- > 0;) {
+    const Record& r = *m_state->records[i];
+    if (!r.dead && r.watch == watch) {
       Kill(i);
       return;
     }
@@ -295,34 +294,110 @@ void CRDMsgManager::RemoveRegister(CMsgWatch* watch) {
 }
 
 int CRDMsgManager::WatcherCount() const {
-  return static_cast<int>(
-      std::count_if(m_records.begin(), m_records.end(), [](const Record& r) { return !r.dead; }));
+  return static_cast<int>(std::count_if(m_state->records.begin(), m_state->records.end(),
+                                        [](const std::unique_ptr<Record>& r) { return !r->dead; }));
+}
+
+// The one place a watcher is called.
+[[gnu::always_inline]] inline unsigned long CRDMsgManager::Call(MsgFn callback, void* target,
+                                                                const Record* rec, KWMSGHDR* msg,
+                                                                uint32_t n) {
+  try {
+    return callback ? callback(msg, target) : static_cast<CMsgWatch*>(target)->OnMessage(msg);
+  } catch (...) {
+    HandleWatcherException(*rec, msg, n);
+  }
+  return 0;
+}
+
+namespace {
+
+// The own filter of an object registered without pairs (0 = any). A filter that throws
+// accepts nothing.
+bool OwnFilterAccepts(CMsgWatch* watch, const KWMSGHDR& msg) {
+  try {
+    uint32_t type = watch->GetType();
+    uint32_t code = watch->GetMsg();
+    return (type == 0 || type == msg.type) && (code == 0 || code == msg.msg);
+  } catch (...) {
+    return false;
+  }
+}
+
+}  // namespace
+
+// The entries listed under `key`; an empty list when there are none.
+[[gnu::always_inline]] inline const std::vector<CRDMsgManager::Entry>* CRDMsgManager::KeyedList(
+    State& st, uint64_t key) {
+  const std::vector<Entry>* list = st.byPair.Find(key);
+  return list ? list : &State::kNoEntries;
+}
+
+// Walks two lists at once in registration order: the entries listed under the message's pair
+// and the objects that filter for themselves. Both are read afresh after each call: watchers
+// registered during the send are appended to them and reached too (the pair's list is looked up
+// again when the index has moved it), and removed ones are only marked dead.
+// Kept inside SendMessageW at every optimisation level: the send is one function.
+[[gnu::always_inline]] inline unsigned long CRDMsgManager::Deliver(KWMSGHDR* msg, uint32_t n) {
+  State& st = *m_state;
+  const uint64_t key = PairKey(msg->type, msg->msg);
+  const std::vector<Entry>* keyed = KeyedList(st, key);
+  uint64_t generation = st.byPair.Generation();
+  unsigned long result = 0;
+  for (size_t i = 0, j = 0;;) {
+    const Entry* e = nullptr;
+    if (j == st.any.size()) {
+      // No self-filtering object comes before the next listed entry: the usual case.
+      if (i == keyed->size()) break;
+      e = &(*keyed)[i++];
+    } else if (i < keyed->size() && (*keyed)[i].seq < st.any[j].seq) {
+      e = &(*keyed)[i++];
+    } else {
+      e = &st.any[j++];
+      if (!e->Dead() && !OwnFilterAccepts(static_cast<CMsgWatch*>(e->target), *msg)) continue;
+    }
+    // The lists may move while the watcher runs: what the call needs is taken out first, field
+    // by field (a copy of the whole entry would make the call wait for the copy to land).
+    const MsgFn callback = e->callback;
+    void* const target = e->target;
+    const Record* const rec = e->rec;
+    // A record removed during this send may name an object its module has already freed.
+    if (!callback && !target) continue;
+    const unsigned long answer =
+        (GetModuleState().SendLog() ? CallTraced(callback, target, rec, msg, n)
+                                    : Call(callback, target, rec, msg, n)) &
+        0xFFFFFFFFul;
+    if (generation != st.byPair.Generation()) {
+      keyed = KeyedList(st, key);
+      generation = st.byPair.Generation();
+    }
+    if (answer != 0) result = answer;
+    if (result > 0x7FFFFFFFul) break;
+  }
+  return result;
 }
 
 unsigned long CRDMsgManager::SendMessageW(KWMSGHDR* msg) {
   if (!msg) return 0;
-  if (!g_chain.live) {
-    g_chain.Clear();
-    g_chain.live = true;
-  }
-  if (!PassHostEnding(*msg)) return 0;
+  g_chain.Revive();
+  if (GetModuleState().HostEnding() && !PassHostEnding(*msg)) return 0;
   if (msg->type == KWRDPub::kSysMsgType && msg->msg == KWRDPub::kQuitMsgCode) {
     HandleQuit();
     return 0;
   }
-  uint32_t n = ++g_chain.counter;
+  uint32_t n = g_chain.NextNumber();
   if (Traced()) {
     TraceLogo(L"<RDMsg_SendMessage%u type='%u' msg='%u' from='%s'>", n, msg->type, msg->msg,
-              g_chain.text);
+              g_chain.Text());
   }
-  const SendChain::Link link = g_chain.Extend(n);
+  const KWRDPub::SendChain::Link link = g_chain.Extend(n);
   // The clock is read only for the trace, which is the only place that reports the time. A
   // tick count of 0 is a time like any other, so whether it was read is kept apart.
   const bool timed = Traced();
   const uint32_t start = timed ? GetTickCount() : 0;
-  ++m_sendDepth;
+  ++m_state->sendDepth;
   unsigned long result = Deliver(msg, n);
-  if (--m_sendDepth == 0) EraseDead();
+  if (--m_state->sendDepth == 0) EraseDead();
   if (Traced()) {
     const uint32_t took = timed ? GetTickCount() - start : 0;
     if (took > kSlowMs) TraceLogo(L"total_time %.3fs", took / 1000.0);
@@ -332,90 +407,24 @@ unsigned long CRDMsgManager::SendMessageW(KWMSGHDR* msg) {
   return result;
 }
 
-// The filter of one record: its pairs (last to first), or, for an object registered without
-// pairs, the object's own GetType/GetMsg (0 = any). A filter that throws accepts nothing.
-inline bool CRDMsgManager::Accepts(const Record& r, const KWMSGHDR& msg) const {
-  const uint64_t key = PairKey(msg.type, msg.msg);
-  for (int k = r.count; k-- > 0;) {
-    if (r.keys[k] == key) return true;
-  }
-  if (!r.watch || r.count > 0) return false;
-  try {
-    uint32_t type = r.watch->GetType();
-    uint32_t code = r.watch->GetMsg();
-    return (type == 0 || type == msg.type) && (code == 0 || code == msg.msg);
-  } catch (...) {
-    return false;
-  }
-}
-
-unsigned long CRDMsgManager::Deliver(KWMSGHDR* msg, uint32_t n) {
-  const uint64_t key = PairKey(msg->type, msg->msg);
-  unsigned long result = 0;
-  const Record* records = m_records.data();
-  const uint64_t* keys = m_sendKeys.data();
-  size_t count = m_records.size();
-  for (size_t i = 0; i < count; ++i) {
-    // Most watchers listen to one pair, kept in a compact array: most records are passed over
-    // without being touched.
-    if (keys[i] != key && keys[i] != kAskRecord) continue;
-    const Record& r = records[i];
-    // A record removed during this send may name an object its module has already freed: it
-    // is skipped before its filter could ask that object anything.
-    if (r.dead) continue;
-    if (r.count != 1 && !Accepts(r, *msg)) continue;
-    unsigned long answer = 0;
-    if (Traced()) {
-      answer = DeliverTraced(i, msg, n);
-    } else {
-      try {
-        answer = r.watch ? r.watch->OnMessage(msg) : r.callback(msg, r.userData);
-      } catch (...) {
-        HandleWatcherException(i, msg, n);
-      }
-    }
-    answer &= 0xFFFFFFFFul;
-    // The watcher may have registered others: the records may have moved and grown, and the
-    // new ones are reached too.
-    records = m_records.data();
-    keys = m_sendKeys.data();
-    count = m_records.size();
-    if (answer != 0) result = answer;
-    if (result > 0x7FFFFFFFul) break;
-  }
-  return result;
-}
-
-// Calls the watcher of record `index`. Records may move while it runs (registrations during
-// the send), so the record is looked up again by index after the call; its index stays valid
-// because removal during a send only marks records dead.
-unsigned long CRDMsgManager::DeliverOne(size_t index, KWMSGHDR* msg, uint32_t n) {
-  const Record& r = m_records[index];
-  try {
-    return r.watch ? r.watch->OnMessage(msg) : r.callback(msg, r.userData);
-  } catch (...) {
-    HandleWatcherException(index, msg, n);
-  }
-  return 0;
-}
-
 // Called inside a catch block: sorts the watcher's exception into out-of-memory and the rest.
-void CRDMsgManager::HandleWatcherException(size_t index, KWMSGHDR* msg, uint32_t n) {
+void CRDMsgManager::HandleWatcherException(const Record& r, KWMSGHDR* msg, uint32_t n) {
   try {
     throw;
   } catch (const std::bad_alloc& e) {
     KWRDPub::DebugTrace(L"memory allocate failed:%s", kw::FromUtf8(e.what()).c_str());
   } catch (...) {
-    ReportWatcherFailure(m_records[index].name, msg, n);
+    ReportWatcherFailure(r.name, msg, n);
   }
 }
 
 // Delivery with the send log: the opening tag, the watcher's time when it was slow, the
 // closing tag.
-unsigned long CRDMsgManager::DeliverTraced(size_t index, KWMSGHDR* msg, uint32_t n) {
+unsigned long CRDMsgManager::CallTraced(MsgFn callback, void* target, const Record* rec,
+                                        KWMSGHDR* msg, uint32_t n) {
   uint32_t start = GetTickCount();
-  TraceLogo(L"<RDMsg_Send%uTo dest='%s'>", n, m_records[index].name);
-  unsigned long answer = DeliverOne(index, msg, n);
+  TraceLogo(L"<RDMsg_Send%uTo dest='%s'>", n, rec->name);
+  unsigned long answer = Call(callback, target, rec, msg, n);
   uint32_t took = GetTickCount() - start;
   if (took > kSlowMs) TraceLogo(L"RDMsg_time %.3fs", took / 1000.0);
   TraceLogo(L"</RDMsg_Send%uTo>", n);
@@ -434,50 +443,28 @@ void CRDMsgManager::ReportWatcherFailure(const wchar_t* name, const KWMSGHDR* ms
   }
 }
 
-std::wstring CRDMsgManager::FilterText(const Record& r) const {
-  if (r.count == 0 && r.watch) {
-    return kw::FormatW(L"[%u(%u)]", r.watch->GetType(), r.watch->GetMsg());
-  }
-  // A 17-bucket hash map of type to codes, listed bucket by bucket (bucket = (type >> 4) % 17),
-  // the most recently added type first within a bucket.
-  struct Group {
-    uint32_t type;
-    std::wstring codes;
-  };
-  std::vector<Group> buckets[17];
-  for (int k = 0; k < r.count; ++k) {
-    const uint32_t type = static_cast<uint32_t>(r.keys[k] >> 32);
-    const uint32_t code = static_cast<uint32_t>(r.keys[k]);
-    std::vector<Group>& bucket = buckets[(type >> 4) % 17];
-    auto it =
-        std::find_if(bucket.begin(), bucket.end(), [&](const Group& g) { return g.type == type; });
-    if (it == bucket.end()) it = bucket.insert(bucket.begin(), Group{type, L""});
-    it->codes += kw::FormatW(L"%d,", static_cast<int>(code));
-  }
-  std::wstring text;
-  for (const std::vector<Group>& bucket : buckets) {
-    for (const Group& g : bucket) {
-      std::wstring codes = g.codes.substr(0, g.codes.size() - 1);
-      text += kw::FormatW(L"%u(%s);", g.type, codes.c_str());
-    }
-  }
-  while (!text.empty() && text.back() == L';') text.pop_back();
-  return L"[" + text + L"]";
-}
-
-void CRDMsgManager::TraceWatchers() {
+std::vector<KWMSGWATCHERINFO> CRDMsgManager::Watchers() const {
+  std::vector<KWMSGWATCHERINFO> list;
   try {
-    int total = WatcherCount();
-    acutPrintf(L"\n共%d个消息监听器", total);
-    int number = 0;
-    for (const Record& r : m_records) {
+    for (const std::unique_ptr<Record>& rec : m_state->records) {
+      const Record& r = *rec;
       if (r.dead) continue;
-      uint64_t address =
+      KWMSGWATCHERINFO info;
+      info.address =
           r.watch ? reinterpret_cast<uintptr_t>(r.watch) : reinterpret_cast<uintptr_t>(r.callback);
-      std::wstring filter = FilterText(r);
-      acutPrintf(L"\n%d: (0x%I64x) %s %s", ++number, address, r.name, filter.c_str());
+      info.name = r.name;
+      for (uint64_t key : r.keys) {
+        info.pairs.emplace_back(static_cast<uint32_t>(key >> 32), static_cast<uint32_t>(key));
+      }
+      if (r.keys.empty() && r.watch) {
+        info.ownFilter = true;
+        info.type = r.watch->GetType();
+        info.code = r.watch->GetMsg();
+      }
+      list.push_back(std::move(info));
     }
   } catch (...) {
-    KWRDPub::DebugTrace(L"KW:%s", L"CRDMsgManager::TraceWatchers");
+    KWRDPub::DebugTrace(L"KW:%s", L"CRDMsgManager::Watchers");
   }
+  return list;
 }

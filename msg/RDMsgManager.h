@@ -7,22 +7,25 @@
 // answer wins and an answer with bit 31 set stops delivery. With the send-log switch on
 // (command "TraceMsgLogo") every send is written to the trace log as nested tags.
 //
-// Invariants of CRDMsgManager:
-//   1. m_records holds the registrations in registration order; a record's name is 0-terminated
-//      and at most 32 characters; its pair list holds exactly `count` entries.
+// Invariants of CRDMsgManager (its state lives in the implementation):
+//   1. The records are kept in registration order, each with a sequence number larger than
+//      every earlier one; a record's name is 0-terminated and at most 32 characters.
 //   2. An object is registered at most once among the live records.
-//   3. While a send is in progress (m_sendDepth > 0) removal only marks a record dead; dead
-//      records receive nothing, are not listed, and are erased (their auto-deleted objects
-//      released) when the outermost send ends. Outside sends there are no dead records.
-//   4. An untraced send allocates no heap memory once the record array has room.
-//   5. m_sendKeys has one entry per record, in the same order.
-// Everything runs on the host's main thread; nothing is locked. No exception leaves the class:
-// a watcher's exception is caught, reported and delivery goes on.
+//   3. The index lists, for each (type, code) pair, the records with that pair in their list,
+//      and separately the objects registered without a list ("any": their own GetType/GetMsg
+//      decide), each in registration order; it names exactly the records the dispatcher holds.
+//   4. While a send is in progress removal only marks a record dead and clears its index
+//      entries (nothing can be called through them); dead records receive nothing, are not
+//      listed, and are erased (their auto-deleted objects released, their index entries removed)
+//      when the outermost send ends. Outside sends there are no dead records.
+//   5. An untraced send allocates no heap memory.
 #ifndef KW_MSG_RDMSGMANAGER_H_
 #define KW_MSG_RDMSGMANAGER_H_
 
 #include <cstdint>
+#include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 // The header every message starts with.
@@ -62,6 +65,18 @@ class CMsgWatch {
   ~CMsgWatch() = default;
 };
 
+// One registration as the watcher list ("MsgWatchers") shows it.
+struct KWMSGWATCHERINFO {
+  uintptr_t address = 0;  // the watcher object, or the callback of a callback watcher
+  std::wstring name;      // at most 32 characters
+  // The (type, code) pairs as registered; empty for an object filtered by its own type and code.
+  std::vector<std::pair<uint32_t, uint32_t>> pairs;
+  // An object without pairs: what its GetType and GetMsg answered (0 = any).
+  bool ownFilter = false;
+  uint32_t type = 0;
+  uint32_t code = 0;
+};
+
 class CRDMsgManager {
  public:
   using MsgFn = unsigned long (*)(KWMSGHDR* msg, void* userData);
@@ -90,10 +105,17 @@ class CRDMsgManager {
 
   // Dispatches `msg` (null gives 0) and returns the combined answer.
   unsigned long SendMessageW(KWMSGHDR* msg);
-  // Prints the watcher list on the host's command line.
-  void TraceWatchers();
+  // The live registrations in registration order. A watcher object whose GetType or GetMsg
+  // throws ends the list there (the failure goes to the debugging trace); so does running out of
+  // memory.
+  std::vector<KWMSGWATCHERINFO> Watchers() const;
   // Number of live registrations.
   int WatcherCount() const;
+
+  // Destroys the instance, releasing the auto-deleted watcher objects; the next GetInstance
+  // starts afresh and numbers its sends from 1. Nothing when there is none. Only the library's
+  // shutdown (CRDPubApp::ProcessDetach) and tests call it.
+  static void Destroy();
 
   CRDMsgManager(const CRDMsgManager&) = delete;
   CRDMsgManager& operator=(const CRDMsgManager&) = delete;
@@ -101,47 +123,28 @@ class CRDMsgManager {
  protected:
   CRDMsgManager();
   virtual ~CRDMsgManager();
-  // Destroys the instance (module unload, tests); nothing when there is none.
-  static void Destroy();
-
-  friend class CRDPubApp;
-  friend struct CRDMsgManagerTestAccess;
 
  private:
-  struct Record {
-    // The fields the send loop reads first.
-    int count = 0;               // number of (type, code) pairs
-    bool dead = false;           // removed during a send; erased when it ends
-    uint64_t key0 = 0;           // keys[0], kept inline for the one-pair fast path
-    std::vector<uint64_t> keys;  // the (type, code) pairs, type in the high word
-    MsgFn callback = nullptr;
-    void* userData = nullptr;
-    bool autoDelete = false;
-    CMsgWatch* watch = nullptr;
-    wchar_t name[33] = {};
-  };
+  struct Record;
+  struct Entry;
+  struct State;
 
   void Add(const wchar_t* name, const unsigned int* types, const unsigned int* msgs, int count,
-           Record record);
+           std::unique_ptr<Record> record);
   bool IsRegistered(const CMsgWatch* watch) const;
   void Kill(size_t index);
+  void MarkDead(Record& r);
+  void EraseAt(size_t index);
   void EraseDead();
+  static const std::vector<Entry>* KeyedList(State& st, uint64_t key);
   unsigned long Deliver(KWMSGHDR* msg, uint32_t n);
-  bool Accepts(const Record& r, const KWMSGHDR& msg) const;
-  unsigned long DeliverOne(size_t index, KWMSGHDR* msg, uint32_t n);
-  unsigned long DeliverTraced(size_t index, KWMSGHDR* msg, uint32_t n);
-  void HandleWatcherException(size_t index, KWMSGHDR* msg, uint32_t n);
+  unsigned long Call(MsgFn callback, void* target, const Record* rec, KWMSGHDR* msg, uint32_t n);
+  unsigned long CallTraced(MsgFn callback, void* target, const Record* rec, KWMSGHDR* msg,
+                           uint32_t n);
+  void HandleWatcherException(const Record& r, KWMSGHDR* msg, uint32_t n);
   void ReportWatcherFailure(const wchar_t* name, const KWMSGHDR* msg, uint32_t n);
-  std::wstring FilterText(const Record& r) const;
-  static void Release(Record& r);
 
-  std::vector<Record> m_records;
-  // Parallel to m_records: a one-pair record's key, or kAskRecord for every other record (whose
-  // own filter decides; a real key equal to kAskRecord merely takes that slower way too).
-  std::vector<uint64_t> m_sendKeys;
-  static constexpr uint64_t kAskRecord = ~uint64_t{0};
-  int m_sendDepth = 0;
-  bool m_hasDead = false;
+  std::unique_ptr<State> m_state;
 
   static CRDMsgManager* m_sInstance;
 };

@@ -9,9 +9,9 @@
 #include <string>
 
 #include "kwhost/embedded.h"
+#include "msg/ModuleState.h"
 #include "msg/RDMsgManager.h"
 #include "msg/TraceLogo.h"
-#include "msg/internal/ModuleState.h"
 
 #if defined(__SANITIZE_ADDRESS__)
 // From the sanitizer runtime's allocator interface (its header is not installed with gcc).
@@ -110,7 +110,7 @@ TEST(NoAllocation, WarmSendsAndTraceLinesAllocateNothing) {
     mgr->Register(L"Eight", i < 2 ? 5 : 100 + i, 3, &Answer, nullptr);
   KWRDPub::ModuleState& st = KWRDPub::GetModuleState();
   KWMSGHDR msg{5, 3, 0};
-  st.traceMsgLogo = 1;
+  st.SetSendLog(1);
   // Warm-up: creates the trace log and lets each format be translated once.
   const auto traceLine = [] {
     KWRDPub::TraceLogo(L"<RDMsg_SendMessage%u type='%u' msg='%u' from='%s'>", 12u, 5u, 3u,
@@ -122,14 +122,14 @@ TEST(NoAllocation, WarmSendsAndTraceLinesAllocateNothing) {
   long traced = 0;
   {
     Counting counting;
-    st.traceMsgLogo = 0;
+    st.SetSendLog(0);
     for (int i = 0; i < 100; ++i) mgr->SendMessageW(&msg);
     for (int i = 0; i < 100; ++i) traceLine();
     untraced = counting.Count();
-    st.traceMsgLogo = 1;
+    st.SetSendLog(1);
     for (int i = 0; i < 100; ++i) mgr->SendMessageW(&msg);
     traced = counting.Count() - untraced;
-    st.traceMsgLogo = 0;
+    st.SetSendLog(0);
   }
   EXPECT_EQ(untraced, 0);
   EXPECT_EQ(traced, 0);

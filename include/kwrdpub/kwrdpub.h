@@ -19,6 +19,7 @@
 
 // ---------------------------------------------------------------- messaging (msg/)
 #include "msg/KWMsgTracker.h"
+#include "msg/ModuleState.h"
 #include "msg/MsgCallback.h"
 #include "msg/RDMsgManager.h"
 #include "msg/TraceLogo.h"

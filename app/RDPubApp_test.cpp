@@ -9,8 +9,10 @@
 #include "common/encoding.h"
 #include "common/fileio.h"
 #include "kwhost/embedded.h"
+#include "msg/KWMsgTracker.h"
+#include "msg/ModuleState.h"
+#include "msg/RDMsgManager.h"
 #include "msg/TraceLogo.h"
-#include "msg/internal/ModuleState.h"
 #include "services/paths.h"
 
 namespace {
@@ -69,44 +71,44 @@ TEST_F(AppTest, LoadRegistersTheGroupAndUnloadRemovesIt) {
   EXPECT_EQ(debug[0], L"CRDPubApp::On_kUnloadAppMsg-65");
   EXPECT_EQ(debug[1], L"Unload KWRDPub.arx");
   EXPECT_EQ(TraceLines().back(), L"<RDPubUnloaded />");
-  EXPECT_EQ(KWRDPub::GetModuleState().hostEnding, 1u);
+  EXPECT_EQ(KWRDPub::GetModuleState().HostEnding(), 1u);
 }
 
 TEST_F(AppTest, TraceMsgLogoTakesYOrNInAnyCaseAndKeepsTheSwitchOtherwise) {
   Load();
-  uint32_t& trace = KWRDPub::GetModuleState().traceMsgLogo;
+  const KWRDPub::ModuleState& st = KWRDPub::GetModuleState();
   kwhost::TakeOutput();
   kwhost::QueueInput(L"n");
   ASSERT_TRUE(kwhost::RunCommand(L"TraceMsgLogo"));
-  EXPECT_EQ(trace, 0u);
+  EXPECT_EQ(st.SendLog(), 0u);
   EXPECT_NE(kwhost::TakeOutput().find(L"记录消息发送日志[记录(Y)/不记录(N)]<Y>:"),
             std::wstring::npos);
   kwhost::QueueInput(L"");
   kwhost::RunCommand(L"TraceMsgLogo");
-  EXPECT_EQ(trace, 0u);
+  EXPECT_EQ(st.SendLog(), 0u);
   EXPECT_NE(kwhost::TakeOutput().find(L"记录消息发送日志[记录(Y)/不记录(N)]<N>:"),
             std::wstring::npos);
   kwhost::QueueInput(L"^C");
   kwhost::RunCommand(L"TraceMsgLogo");
-  EXPECT_EQ(trace, 0u);
+  EXPECT_EQ(st.SendLog(), 0u);
   kwhost::QueueInput(L"y");
   kwhost::RunCommand(L"TraceMsgLogo");
-  EXPECT_EQ(trace, 1u);
+  EXPECT_EQ(st.SendLog(), 1u);
 }
 
 TEST_F(AppTest, ClosingTheMainFrameLogsTheHostEndThenTheUnload) {
   Load();
   kwhost::PostWindowMessage(kwhost::NewWindow(), WM_CLOSE);
   kwhost::PumpMessages();
-  EXPECT_EQ(KWRDPub::GetModuleState().hostEnding, 0u);
+  EXPECT_EQ(KWRDPub::GetModuleState().HostEnding(), 0u);
   EXPECT_TRUE(TraceLines().empty());
   kwhost::CloseMainFrame();
   std::vector<std::wstring> lines = TraceLines();
   ASSERT_GE(lines.size(), 2u);
   EXPECT_EQ(lines[lines.size() - 2], L"<AutoCADQuited msg=0x10  time=12:03:04/>");
   EXPECT_EQ(lines.back(), L"<RDPubUnloaded />");
-  EXPECT_EQ(KWRDPub::GetModuleState().hostEndTick, 5000u);
-  EXPECT_STREQ(KWRDPub::GetModuleState().lastHostEnded,
+  EXPECT_EQ(KWRDPub::GetModuleState().HostEndTick(), 5000u);
+  EXPECT_STREQ(KWRDPub::GetModuleState().LastHostEnded(),
                L"<AutoCADQuited msg=0x10  time=12:03:04/>");
 }
 
@@ -147,6 +149,53 @@ TEST_F(AppTest, MsgWatchersListsTheWatchers) {
   std::wstring out = kwhost::TakeOutput();
   EXPECT_NE(out.find(L"\n共1个消息监听器"), std::wstring::npos) << kw::ToUtf8(out);
   EXPECT_NE(out.find(L" ShowMsg [1(9)]"), std::wstring::npos) << kw::ToUtf8(out);
+}
+
+class Owned final : public CMsgWatch {
+ public:
+  uint32_t GetType() override { return 5; }
+  uint32_t GetMsg() override { return 0; }
+  unsigned long OnMessage(KWMSGHDR*) override { return 1; }
+};
+
+TEST_F(AppTest, ProcessDetachTearsDownEverySingletonAndMayRunTwice) {
+  CRDMsgManager::GetInstance()->Register(L"Owned", new Owned, true);  // LeakSanitizer checks it
+  KWRDPub::CKWMsgTracker::GetInstance()->PushMSGCLCT();
+  KWRDPub::CKWMsgTracker::GetInstance()->PushMSGCLCT();
+  KWRDPub::TraceLogo(L"<a/>");
+  CRDPubApp::ProcessDetach();
+  EXPECT_EQ(CTraceLogo::GetInstance(false), nullptr);
+  EXPECT_EQ(KWRDPub::CKWMsgTracker::GetInstance()->MSGCLCTCount(), 0);
+  EXPECT_EQ(CRDMsgManager::GetInstance()->WatcherCount(), 1);  // "ShowMsg" only
+  CRDPubApp::ProcessDetach();
+  CRDPubApp::ProcessDetach();
+  EXPECT_EQ(CTraceLogo::GetInstance(false), nullptr);
+}
+
+unsigned long Listed(KWMSGHDR*, void*) {
+  return 0;
+}
+
+TEST_F(AppTest, MsgWatchersListsNamesAddressesAndFilters) {
+  Load();
+  CRDMsgManager* mgr = CRDMsgManager::GetInstance();
+  Owned w;
+  unsigned types[] = {20, 1, 20}, codes[] = {1, 9, 2};
+  mgr->RegisterEx(L"0123456789012345678901234567890123456789", types, codes, 3, &Listed, nullptr);
+  mgr->Register(L"Obj", &w, false);
+  kwhost::TakeOutput();
+  kwhost::RunCommand(L"MsgWatchers");
+  std::wstring out = kwhost::TakeOutput();
+  EXPECT_NE(out.find(L"\n共3个消息监听器"), std::wstring::npos) << kw::ToUtf8(out);
+  EXPECT_NE(out.find(L" ShowMsg [1(9)]"), std::wstring::npos) << kw::ToUtf8(out);
+  EXPECT_NE(out.find(L" 01234567890123456789012345678901 [1(9);20(1,2)]"), std::wstring::npos)
+      << kw::ToUtf8(out);
+  wchar_t addr[64];
+  swprintf(addr, 64, L"\n3: (0x%llx) Obj [5(0)]",
+           static_cast<unsigned long long>(reinterpret_cast<uintptr_t>(&w)));
+  EXPECT_NE(out.find(addr), std::wstring::npos) << kw::ToUtf8(out);
+  mgr->RemoveRegister(&w);
+  mgr->RemoveRegister(&Listed);
 }
 
 }  // namespace

@@ -7,9 +7,9 @@
 #include <vector>
 
 #include "kwhost/embedded.h"
+#include "msg/ModuleState.h"
 #include "msg/RDMsgManager.h"
 #include "msg/TraceLogo.h"
-#include "msg/internal/ModuleState.h"
 
 struct CRDMsgManagerTestAccess {
   static void Destroy() { CRDMsgManager::Destroy(); }
@@ -135,23 +135,27 @@ TEST_F(MsgManagerTest, AutoDeletedObjectIsReleasedOnRemovalAndAtDestruction) {
   EXPECT_EQ(mgr->WatcherCount(), 2);
 }
 
-TEST_F(MsgManagerTest, TraceWatchersListsNamesAddressesAndFilters) {
+TEST_F(MsgManagerTest, WatchersListsLiveRegistrationsWithTheirPairsOrOwnFilter) {
   Watch w(5, 0, 0);
   unsigned types[] = {20, 1, 20}, codes[] = {1, 9, 2};
   Probe p;
   mgr->RegisterEx(L"0123456789012345678901234567890123456789", types, codes, 3, &ProbeFn, &p);
   mgr->Register(L"Obj", &w, false);
-  kwhost::TakeOutput();
-  mgr->TraceWatchers();
-  std::wstring out = kwhost::TakeOutput();
-  EXPECT_NE(out.find(L"\n共3个消息监听器"), std::wstring::npos) << out;
-  EXPECT_NE(out.find(L" ShowMsg [1(9)]"), std::wstring::npos) << out;
-  EXPECT_NE(out.find(L" 01234567890123456789012345678901 [1(9);20(1,2)]"), std::wstring::npos)
-      << out;
-  wchar_t addr[64];
-  swprintf(addr, 64, L"\n3: (0x%llx) Obj [5(0)]",
-           static_cast<unsigned long long>(reinterpret_cast<uintptr_t>(&w)));
-  EXPECT_NE(out.find(addr), std::wstring::npos) << out;
+  mgr->Register(L"Gone", 5, 3, &OtherFn, &p);
+  mgr->RemoveRegister(&OtherFn);
+  std::vector<KWMSGWATCHERINFO> list = mgr->Watchers();
+  ASSERT_EQ(list.size(), 3u);
+  EXPECT_EQ(list[0].name, L"ShowMsg");
+  EXPECT_EQ(list[1].name, L"01234567890123456789012345678901");
+  EXPECT_EQ(list[1].address, reinterpret_cast<uintptr_t>(&ProbeFn));
+  using Pairs = std::vector<std::pair<uint32_t, uint32_t>>;
+  EXPECT_EQ(list[1].pairs, (Pairs{{20, 1}, {1, 9}, {20, 2}}));
+  EXPECT_FALSE(list[1].ownFilter);
+  EXPECT_EQ(list[2].address, reinterpret_cast<uintptr_t>(&w));
+  EXPECT_TRUE(list[2].ownFilter);
+  EXPECT_EQ(list[2].type, 5u);
+  EXPECT_EQ(list[2].code, 0u);
+  EXPECT_TRUE(list[2].pairs.empty());
   mgr->RemoveRegister(&w);
 }
 
@@ -172,7 +176,7 @@ TEST_F(MsgManagerTest, SendLogNestsSendsAndDeliveries) {
                                     L"</RDMsg_SendMessage1>"};
   EXPECT_EQ(TraceLines(), want);
   CTraceLogo::GetInstance(false)->Clear();
-  KWRDPub::GetModuleState().traceMsgLogo = 0;
+  KWRDPub::GetModuleState().SetSendLog(0);
   EXPECT_EQ(Send(5, 3), 3u);
   EXPECT_TRUE(TraceLines().empty());
 }
@@ -184,11 +188,11 @@ TEST_F(MsgManagerTest, DeepNestingShowsDotsAndStillEmptiesTheChain) {
     if (++depth < 1000) Send(5, 3);
   };
   mgr->Register(L"Deep", 5, 3, &ProbeFn, &p);
-  KWRDPub::GetModuleState().traceMsgLogo = 0;
+  KWRDPub::GetModuleState().SetSendLog(0);
   EXPECT_EQ(Send(5, 3), 1u);
   EXPECT_EQ(p.calls, 1000);
   // Ten nested sends, traced: the chain passes 85 characters and turns into dots.
-  KWRDPub::GetModuleState().traceMsgLogo = 1;
+  KWRDPub::GetModuleState().SetSendLog(1);
   depth = 990;
   Send(5, 3);
   std::vector<std::wstring> lines = TraceLines();
