@@ -20,7 +20,7 @@
 #include "common/fileio.h"
 #include "common/format.h"
 #include "common/paths.h"
-#include "msg/internal/TraceLogoBlock.h"
+#include "msg/TraceLogoBlockFormat.h"
 
 extern char** environ;
 

@@ -1,7 +1,7 @@
 // The trace log: a process-wide, append-only journal of short text lines kept in a named POSIX
 // shared-memory block, so that the companion program (kwtracelogo) can show and keep the lines
 // while the host runs, even when the host dies. The block layout lives in
-// msg/internal/TraceLogoBlock.h and is described byte by byte in doc/tracelogo.md.
+// msg/TraceLogoBlockFormat.h and is described byte by byte in doc/tracelogo.md.
 //
 // Invariants of CTraceLogo:
 //   1. m_view maps the whole block (read-write); m_lines points at its line area, m_lineBytes is

@@ -1,5 +1,6 @@
-// The shared-memory block of the trace log, as the host writes it and the companion program
-// (kwtracelogo) reads it. This header is the one place that names the block and the companion.
+// The trace log block format: the shared-memory block as the library writes it and the
+// companion program (kwtracelogo) reads it. Both programs include this header; it is the one
+// place that names the block and the companion and fixes their protocol (doc/tracelogo.md).
 //
 // Layout (little-endian, kBlockBytes in all):
 //   offset 0   uint32  process id of the host
@@ -12,8 +13,8 @@
 // line's units from the second one on, then stores the first unit with release order, then the
 // state word. A reader that loads a line's first unit with acquire order and finds it non-zero
 // sees the whole line. The line area is always zeroed before reuse, so "first unit 0" is the end.
-#ifndef KW_MSG_INTERNAL_TRACELOGOBLOCK_H_
-#define KW_MSG_INTERNAL_TRACELOGOBLOCK_H_
+#ifndef KW_MSG_TRACELOGOBLOCKFORMAT_H_
+#define KW_MSG_TRACELOGOBLOCKFORMAT_H_
 
 #include <cstddef>
 #include <cstdint>
@@ -65,4 +66,4 @@ inline constexpr size_t FullBytes(size_t folderUnits) {
 
 }  // namespace KWRDPub::tracelogo
 
-#endif  // KW_MSG_INTERNAL_TRACELOGOBLOCK_H_
+#endif  // KW_MSG_TRACELOGOBLOCKFORMAT_H_

@@ -13,7 +13,7 @@
 #include "common/fileio.h"
 #include "common/paths.h"
 #include "msg/TraceLogo.h"
-#include "msg/internal/TraceLogoBlock.h"
+#include "msg/TraceLogoBlockFormat.h"
 
 namespace {
 
