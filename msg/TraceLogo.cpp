@@ -20,6 +20,7 @@
 #include "common/fileio.h"
 #include "common/format.h"
 #include "common/paths.h"
+#include "host/api/editor.h"
 #include "msg/TraceLogoBlockFormat.h"
 
 extern char** environ;
@@ -160,18 +161,9 @@ bool CTraceLogo::Create() {
 bool CTraceLogo::CreateBlock(const std::wstring& folder) {
   std::u16string units = kw::ToUtf16(folder);
   if (units.size() > tl::kMaxFolderUnits) return false;
-  const char* prefix = g_prefixOverride ? g_prefixOverride : tl::kNamePrefix;
-  int fd = -1;
-  for (int attempt = 0; attempt < kNameAttempts && fd < 0; ++attempt) {
-    m_name = std::string(prefix) + "-" + std::to_string(RandomNumber(attempt));
-    fd = shm_open(ShmName(m_name).c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
-    if (fd < 0 && errno != EEXIST) return false;
-  }
+  int fd = OpenFreshBlock();
   if (fd < 0) return false;
-  void* view = MAP_FAILED;
-  if (ftruncate(fd, tl::kBlockBytes) == 0) {
-    view = mmap(nullptr, tl::kBlockBytes, PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
-  }
+  void* view = ReserveAndMap(fd);
   if (view == MAP_FAILED) {
     close(fd);
     shm_unlink(ShmName(m_name).c_str());
@@ -188,6 +180,28 @@ bool CTraceLogo::CreateBlock(const std::wstring& folder) {
   m_full = tl::FullBytes(units.size());
   m_used = 0;
   return true;
+}
+
+// Creates a block under a fresh random name (m_name); -1 when none can be created.
+int CTraceLogo::OpenFreshBlock() {
+  const char* prefix = g_prefixOverride ? g_prefixOverride : tl::kNamePrefix;
+  for (int attempt = 0; attempt < kNameAttempts; ++attempt) {
+    m_name = std::string(prefix) + "-" + std::to_string(RandomNumber(attempt));
+    int fd = shm_open(ShmName(m_name).c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+    if (fd >= 0 || errno != EEXIST) return fd;
+  }
+  return -1;
+}
+
+// Any local user can fill /dev/shm. A block that is only given a size gets its pages on the
+// first write, and a write the file system cannot back raises SIGBUS in the host: so every
+// page is reserved before the block is mapped, and without them the host runs untraced.
+void* CTraceLogo::ReserveAndMap(int fd) {
+  if (posix_fallocate(fd, 0, tl::kBlockBytes) != 0) {
+    acutPrintf(L"\n共享内存空间不足, 跟踪日志已关闭");
+    return MAP_FAILED;
+  }
+  return mmap(nullptr, tl::kBlockBytes, PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
 }
 
 void CTraceLogo::StartCompanion() {

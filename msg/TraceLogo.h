@@ -11,7 +11,9 @@
 //   3. The state word is kStateEmpty while m_used == 0 and kStateLines once a line was written.
 //   4. No operation but creation and Save allocates heap memory.
 // States: none (no instance), live (block mapped). A failed creation leaves "none" and tracing
-// off: every TraceLogo call is then skipped and the host goes on working.
+// off: every TraceLogo call is then skipped and the host goes on working. Creation reserves
+// every page of the block first, so a full /dev/shm turns tracing off (one message on the
+// command line) instead of faulting at the first write.
 #ifndef KW_MSG_TRACELOGO_H_
 #define KW_MSG_TRACELOGO_H_
 
@@ -74,6 +76,8 @@ class CTraceLogo {
 
   bool Create();
   bool CreateBlock(const std::wstring& folder);
+  int OpenFreshBlock();
+  void* ReserveAndMap(int fd);
   void StartCompanion();
   void Wipe();
   void LetCompanionCatchUp();

@@ -1,6 +1,9 @@
 #include <fcntl.h>
+#include <sched.h>
 #include <sys/mman.h>
+#include <sys/mount.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <gtest/gtest.h>
@@ -12,6 +15,7 @@
 #include "common/encoding.h"
 #include "common/fileio.h"
 #include "common/paths.h"
+#include "kwhost/embedded.h"
 #include "msg/TraceLogo.h"
 #include "msg/TraceLogoBlockFormat.h"
 
@@ -157,6 +161,45 @@ TEST(TraceLogoFailure, ABlockThatCannotBeCreatedLeavesTracingOff) {
   ASSERT_NE(CTraceLogo::GetInstance(true), nullptr);
   EXPECT_TRUE(CTraceLogo::GetInstance(false)->Lines().empty());
   CTraceLogo::Destroy();
+}
+
+// A full /dev/shm: in a child process with a mount namespace of its own, /dev/shm becomes a
+// tmpfs of 64 KiB filled to the last byte. The child's exit status says what it found: 0 all
+// good, 77 namespaces are not allowed here, 10+ the step that went wrong (a crash shows as a
+// signal).
+int TraceWithFullSharedMemory() {
+  if (unshare(CLONE_NEWNS) != 0) return 77;
+  if (mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0) return 77;
+  if (mount("tmpfs", "/dev/shm", "tmpfs", 0, "size=64k") != 0) return 77;
+  int fill = open("/dev/shm/filler", O_WRONLY | O_CREAT, 0600);
+  static const char kPage[4096] = {};
+  while (write(fill, kPage, sizeof kPage) > 0) {
+  }
+  close(fill);
+  kwhost::TakeOutput();
+  CTraceLogo::Destroy();
+  KWRDPub::TraceLogo(L"first line");
+  KWRDPub::TraceLogo(L"second line");
+  if (CTraceLogo::GetInstance(true) != nullptr) return 10;
+  if (kwhost::TakeOutput() != L"\n共享内存空间不足, 跟踪日志已关闭") return 11;
+  // The block that could not be reserved leaves no name behind.
+  std::vector<std::wstring> names;
+  if (!kw::Fs().ListFiles(L"/dev/shm", &names) || names != std::vector<std::wstring>{L"filler"}) {
+    return 12;
+  }
+  return 0;
+}
+
+TEST(TraceLogoFailure, AFullSharedMemoryFolderLeavesTracingOffWithOneMessage) {
+  CTraceLogo::Destroy();
+  pid_t child = fork();
+  ASSERT_GE(child, 0);
+  if (child == 0) _exit(TraceWithFullSharedMemory());
+  int status = 0;
+  ASSERT_EQ(waitpid(child, &status, 0), child);
+  ASSERT_TRUE(WIFEXITED(status)) << "the child died of signal " << WTERMSIG(status);
+  if (WEXITSTATUS(status) == 77) GTEST_SKIP() << "no private mount namespace here";
+  EXPECT_EQ(WEXITSTATUS(status), 0);
 }
 
 }  // namespace
