@@ -22,10 +22,13 @@
 #include <cstdarg>
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <vector>
 
 namespace KWRDPub {
+
+class TraceLogoCompanion;
 
 // Formats a line with the platform's wide-printf rules and appends it to the trace log, which
 // is created on first use. A line longer than 10,239 characters is cut. Does nothing when the
@@ -65,7 +68,7 @@ class CTraceLogo {
   size_t FullBytes() const { return m_full; }
   // The companion's process id, or 0 when it could not be started or has finished. It runs in a
   // process group of its own; only Destroy waits for it, briefly.
-  pid_t CompanionPid() const { return m_companion; }
+  pid_t CompanionPid() const;
 
   CTraceLogo(const CTraceLogo&) = delete;
   CTraceLogo& operator=(const CTraceLogo&) = delete;
@@ -80,7 +83,6 @@ class CTraceLogo {
   void* ReserveAndMap(int fd);
   void StartCompanion();
   void Wipe();
-  void LetCompanionCatchUp();
   void SetState(uint32_t state);
   // Makes the line whose units after the first are already at the end of the list visible:
   // stores its first unit last, then counts its bytes (terminator included) as used.
@@ -94,7 +96,7 @@ class CTraceLogo {
   size_t m_full = 0;
   size_t m_used = 0;
   std::string m_name;
-  pid_t m_companion = 0;
+  std::unique_ptr<TraceLogoCompanion> m_companion;  // present from creation on
 
   static CTraceLogo* m_sInstance;
   static bool m_sFailed;
