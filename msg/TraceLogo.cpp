@@ -1,11 +1,8 @@
 #include "msg/TraceLogo.h"
 
 #include <fcntl.h>
-#include <signal.h>
-#include <spawn.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -19,10 +16,10 @@
 #include "common/encoding.h"
 #include "common/fileio.h"
 #include "common/format.h"
-#include "msg/internal/TraceLogoBlock.h"
 #include "services/paths.h"
-
-extern char** environ;
+#include "host/api/editor.h"
+#include "msg/TraceLogoBlockFormat.h"
+#include "msg/internal/TraceLogoCompanion.h"
 
 namespace KWRDPub {
 
@@ -49,13 +46,6 @@ unsigned RandomNumber(int attempt) {
   } catch (...) {
     return static_cast<unsigned>(time(nullptr) ^ (getpid() << 8) ^ (attempt * 7919)) & 0x7FFFFFFFu;
   }
-}
-
-// The file the companion's standard output and error go to: $KWRD_TRACELOGO_OUTPUT (a terminal
-// or file chosen by the user) or nowhere, so that it never holds the host's own pipes open.
-const char* CompanionOutput() {
-  const char* out = getenv("KWRD_TRACELOGO_OUTPUT");
-  return out && *out ? out : "/dev/null";
 }
 
 // The common line in one pass: every character one UTF-16 unit, no 0 inside. Copies all but the
@@ -112,25 +102,12 @@ CTraceLogo* CTraceLogo::GetInstance(bool create) {
 void CTraceLogo::Destroy() {
   m_sFailed = false;
   if (!m_sInstance) return;
-  m_sInstance->LetCompanionCatchUp();
+  // Lines written just before a normal end would be wiped before the companion's next poll, so
+  // a running companion is asked to finish (it reads what is left, saves and exits) first.
+  m_sInstance->m_companion->Finish();
   m_sInstance->Clear();
   delete m_sInstance;
   m_sInstance = nullptr;
-}
-
-// Lines written just before a normal end would be wiped before the companion's next poll, so a
-// running companion is asked to finish (it reads what is left, saves and exits) and given a
-// bounded time to do so before the block goes.
-void CTraceLogo::LetCompanionCatchUp() {
-  if (m_companion <= 0) return;
-  if (waitpid(m_companion, nullptr, WNOHANG) != 0 || kill(m_companion, SIGTERM) != 0) return;
-  for (unsigned waited = 0; waited < tl::kCompanionFinishMs; waited += 5) {
-    if (waitpid(m_companion, nullptr, WNOHANG) != 0) {
-      m_companion = 0;
-      return;
-    }
-    usleep(5000);
-  }
 }
 
 CTraceLogo::~CTraceLogo() {
@@ -140,11 +117,15 @@ CTraceLogo::~CTraceLogo() {
     shm_unlink(ShmName(m_name).c_str());
   }
   delete[] m_format;
-  // Reap the companion only when it has already ended; its end is never awaited.
-  if (m_companion > 0) waitpid(m_companion, nullptr, WNOHANG);
+}
+
+pid_t CTraceLogo::CompanionPid() const {
+  return m_companion ? m_companion->Pid() : 0;
 }
 
 bool CTraceLogo::Create() {
+  m_companion.reset(new (std::nothrow) TraceLogoCompanion);
+  if (!m_companion) return false;
   std::wstring folder = KWRDPub::GetCurUserKeldornPath() + L"/logo";
   kw::Fs().CreateDirectories(folder);
   if (!CreateBlock(folder)) return false;
@@ -160,18 +141,9 @@ bool CTraceLogo::Create() {
 bool CTraceLogo::CreateBlock(const std::wstring& folder) {
   std::u16string units = kw::ToUtf16(folder);
   if (units.size() > tl::kMaxFolderUnits) return false;
-  const char* prefix = g_prefixOverride ? g_prefixOverride : tl::kNamePrefix;
-  int fd = -1;
-  for (int attempt = 0; attempt < kNameAttempts && fd < 0; ++attempt) {
-    m_name = std::string(prefix) + "-" + std::to_string(RandomNumber(attempt));
-    fd = shm_open(ShmName(m_name).c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
-    if (fd < 0 && errno != EEXIST) return false;
-  }
+  int fd = OpenFreshBlock();
   if (fd < 0) return false;
-  void* view = MAP_FAILED;
-  if (ftruncate(fd, tl::kBlockBytes) == 0) {
-    view = mmap(nullptr, tl::kBlockBytes, PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
-  }
+  void* view = ReserveAndMap(fd);
   if (view == MAP_FAILED) {
     close(fd);
     shm_unlink(ShmName(m_name).c_str());
@@ -190,32 +162,31 @@ bool CTraceLogo::CreateBlock(const std::wstring& folder) {
   return true;
 }
 
+// Creates a block under a fresh random name (m_name); -1 when none can be created.
+int CTraceLogo::OpenFreshBlock() {
+  const char* prefix = g_prefixOverride ? g_prefixOverride : tl::kNamePrefix;
+  for (int attempt = 0; attempt < kNameAttempts; ++attempt) {
+    m_name = std::string(prefix) + "-" + std::to_string(RandomNumber(attempt));
+    int fd = shm_open(ShmName(m_name).c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+    if (fd >= 0 || errno != EEXIST) return fd;
+  }
+  return -1;
+}
+
+// Any local user can fill /dev/shm. A block that is only given a size gets its pages on the
+// first write, and a write the file system cannot back raises SIGBUS in the host: so every
+// page is reserved before the block is mapped, and without them the host runs untraced.
+void* CTraceLogo::ReserveAndMap(int fd) {
+  if (posix_fallocate(fd, 0, tl::kBlockBytes) != 0) {
+    acutPrintf(L"\n共享内存空间不足, 跟踪日志已关闭");
+    return MAP_FAILED;
+  }
+  return mmap(nullptr, tl::kBlockBytes, PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
+}
+
 void CTraceLogo::StartCompanion() {
   std::string path = kw::NativePath(KWRDPub::GetInstallPath()) + "/" + tl::kCompanionFile;
-  posix_spawn_file_actions_t actions;
-  if (posix_spawn_file_actions_init(&actions) != 0) return;
-  const char* out = CompanionOutput();
-  posix_spawn_file_actions_addopen(&actions, 0, "/dev/null", O_RDONLY, 0);
-  posix_spawn_file_actions_addopen(&actions, 1, out, O_WRONLY | O_APPEND | O_CREAT, 0600);
-  posix_spawn_file_actions_adddup2(&actions, 1, 2);
-  // The block itself goes along as descriptor 3, so the companion never misses it even when
-  // this process ends (and removes the name) before the companion has started.
-  posix_spawn_file_actions_adddup2(&actions, m_fd, tl::kCompanionBlockFd);
-  // A process group of its own: a Ctrl-C at the host's terminal goes to the foreground group,
-  // and the companion must outlive it to keep following (and at the end saving) the block.
-  posix_spawnattr_t attr;
-  if (posix_spawnattr_init(&attr) != 0) {
-    posix_spawn_file_actions_destroy(&actions);
-    return;
-  }
-  posix_spawnattr_setflags(&attr, POSIX_SPAWN_SETPGROUP);
-  posix_spawnattr_setpgroup(&attr, 0);
-  std::string arg0 = tl::kCompanionArg0;
-  char* argv[] = {arg0.data(), m_name.data(), nullptr};
-  pid_t pid = 0;
-  if (posix_spawn(&pid, path.c_str(), &actions, &attr, argv, environ) == 0) m_companion = pid;
-  posix_spawnattr_destroy(&attr);
-  posix_spawn_file_actions_destroy(&actions);
+  m_companion->Start(path, m_fd, m_name);
 }
 
 void CTraceLogo::SetState(uint32_t state) {
@@ -224,6 +195,7 @@ void CTraceLogo::SetState(uint32_t state) {
 }
 
 void CTraceLogo::Wipe() {
+  if (m_companion) m_companion->NoteWipe(m_used);
   // Invariant 2: only the bytes in use can be non-zero.
   memset(m_lines, 0, m_used);
   m_used = 0;

@@ -1,7 +1,7 @@
 // The trace log: a process-wide, append-only journal of short text lines kept in a named POSIX
 // shared-memory block, so that the companion program (kwtracelogo) can show and keep the lines
 // while the host runs, even when the host dies. The block layout lives in
-// msg/internal/TraceLogoBlock.h and is described byte by byte in doc/tracelogo.md.
+// msg/TraceLogoBlockFormat.h and is described byte by byte in doc/tracelogo.md.
 //
 // Invariants of CTraceLogo:
 //   1. m_view maps the whole block (read-write); m_lines points at its line area, m_lineBytes is
@@ -11,7 +11,9 @@
 //   3. The state word is kStateEmpty while m_used == 0 and kStateLines once a line was written.
 //   4. No operation but creation and Save allocates heap memory.
 // States: none (no instance), live (block mapped). A failed creation leaves "none" and tracing
-// off: every TraceLogo call is then skipped and the host goes on working.
+// off: every TraceLogo call is then skipped and the host goes on working. Creation reserves
+// every page of the block first, so a full /dev/shm turns tracing off (one message on the
+// command line) instead of faulting at the first write.
 #ifndef KW_MSG_TRACELOGO_H_
 #define KW_MSG_TRACELOGO_H_
 
@@ -20,10 +22,13 @@
 #include <cstdarg>
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <vector>
 
 namespace KWRDPub {
+
+class TraceLogoCompanion;
 
 // Formats a line with the platform's wide-printf rules and appends it to the trace log, which
 // is created on first use. A line longer than 10,239 characters is cut. Does nothing when the
@@ -63,7 +68,7 @@ class CTraceLogo {
   size_t FullBytes() const { return m_full; }
   // The companion's process id, or 0 when it could not be started or has finished. It runs in a
   // process group of its own; only Destroy waits for it, briefly.
-  pid_t CompanionPid() const { return m_companion; }
+  pid_t CompanionPid() const;
 
   CTraceLogo(const CTraceLogo&) = delete;
   CTraceLogo& operator=(const CTraceLogo&) = delete;
@@ -74,9 +79,10 @@ class CTraceLogo {
 
   bool Create();
   bool CreateBlock(const std::wstring& folder);
+  int OpenFreshBlock();
+  void* ReserveAndMap(int fd);
   void StartCompanion();
   void Wipe();
-  void LetCompanionCatchUp();
   void SetState(uint32_t state);
   // Makes the line whose units after the first are already at the end of the list visible:
   // stores its first unit last, then counts its bytes (terminator included) as used.
@@ -90,7 +96,7 @@ class CTraceLogo {
   size_t m_full = 0;
   size_t m_used = 0;
   std::string m_name;
-  pid_t m_companion = 0;
+  std::unique_ptr<TraceLogoCompanion> m_companion;  // present from creation on
 
   static CTraceLogo* m_sInstance;
   static bool m_sFailed;

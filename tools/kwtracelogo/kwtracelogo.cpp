@@ -27,7 +27,7 @@
 
 #include "common/encoding.h"
 #include "common/fileio.h"
-#include "msg/internal/TraceLogoBlock.h"
+#include "msg/TraceLogoBlockFormat.h"
 
 namespace tl = KWRDPub::tracelogo;
 

@@ -1,5 +1,6 @@
-// The shared-memory block of the trace log, as the host writes it and the companion program
-// (kwtracelogo) reads it. This header is the one place that names the block and the companion.
+// The trace log block format: the shared-memory block as the library writes it and the
+// companion program (kwtracelogo) reads it. Both programs include this header; it is the one
+// place that names the block and the companion and fixes their protocol (doc/tracelogo.md).
 //
 // Layout (little-endian, kBlockBytes in all):
 //   offset 0   uint32  process id of the host
@@ -12,8 +13,8 @@
 // line's units from the second one on, then stores the first unit with release order, then the
 // state word. A reader that loads a line's first unit with acquire order and finds it non-zero
 // sees the whole line. The line area is always zeroed before reuse, so "first unit 0" is the end.
-#ifndef KW_MSG_INTERNAL_TRACELOGOBLOCK_H_
-#define KW_MSG_INTERNAL_TRACELOGOBLOCK_H_
+#ifndef KW_MSG_TRACELOGOBLOCKFORMAT_H_
+#define KW_MSG_TRACELOGOBLOCKFORMAT_H_
 
 #include <cstddef>
 #include <cstdint>
@@ -39,14 +40,28 @@ inline constexpr char kNamePrefix[] = "KWRDTraceLogo";
 // The companion's file in the installation folder, and the first word of its command line.
 inline constexpr char kCompanionFile[] = "kwtracelogo";
 inline constexpr char kCompanionArg0[] = "TraceLogo";
-// The companion inherits the block on this descriptor (it opens the name only when the
-// descriptor is not a block of its parent).
+// The companion inherits the block, open read-only, on this descriptor (it opens the name only
+// when the descriptor is not a block of its parent).
 inline constexpr int kCompanionBlockFd = 3;
+// The companion's channel to its host: one end of a Unix stream socket pair on this descriptor.
+//   companion -> host: the single byte kCompanionReady once it follows the block (the block is
+//                      checked and mapped, its signal handlers are installed);
+//   host -> companion: before each wipe of a non-empty line area, one wipe record: the bytes in
+//                      use at that moment (4 bytes, little-endian). A companion that had read
+//                      fewer bytes than that has missed lines and marks the gap.
+// The host closing its end means the trace log has ended.
+inline constexpr int kCompanionChannelFd = 4;
+inline constexpr char kCompanionReady = 'R';
+inline constexpr size_t kWipeRecordBytes = 4;
+// The line the companion writes where lines were lost (a wipe overtook its reading).
+inline constexpr char kLinesLostMark[] = "\u2026 lines lost \u2026";
 // The companion reads the block this often.
 inline constexpr unsigned kCompanionPollMs = 10;
-// When the trace log is destroyed (the host ends normally), the host asks a running companion
-// to finish (SIGTERM: it reads the last lines, saves and exits) and waits for it at most this
-// long before it wipes the block.
+// When the trace log is destroyed (the host ends normally), the host first waits at most
+// kCompanionStartMs for the companion's ready byte (a companion still starting would otherwise
+// die of the request before it can save), then asks it to finish (SIGTERM: it reads the last
+// lines, saves and exits) and waits for it at most kCompanionFinishMs before it wipes the block.
+inline constexpr unsigned kCompanionStartMs = 3000;
 inline constexpr unsigned kCompanionFinishMs = 1000;
 
 // Offset of the line area for a folder of `folderUnits` UTF-16 units (without the 0).
@@ -65,4 +80,4 @@ inline constexpr size_t FullBytes(size_t folderUnits) {
 
 }  // namespace KWRDPub::tracelogo
 
-#endif  // KW_MSG_INTERNAL_TRACELOGOBLOCK_H_
+#endif  // KW_MSG_TRACELOGOBLOCKFORMAT_H_
