@@ -161,6 +161,12 @@ bool IsPlainUtf16(std::wstring_view text) {
   return outside == 0;
 }
 
+bool IsUtf16Exact(std::wstring_view text) {
+  if (IsPlainUtf16(text)) return true;
+  return std::all_of(text.begin(), text.end(),
+                     [](wchar_t wc) { return IsValidScalar(static_cast<char32_t>(wc)); });
+}
+
 std::u16string ToUtf16(std::wstring_view text) {
   std::u16string out;
   out.reserve(text.size());

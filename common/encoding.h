@@ -31,6 +31,9 @@ size_t ToUtf16Into(std::wstring_view text, char16_t* out, size_t cap);
 // True when every character is in U+0001..U+D7FF: then each is exactly one UTF-16 unit of the
 // same value and none ends a string early (the common case, which hot paths copy directly).
 bool IsPlainUtf16(std::wstring_view text);
+// True when the UTF-16 form gives the same text back: every character is a Unicode scalar value
+// (no surrogate code point, nothing past U+10FFFF).
+bool IsUtf16Exact(std::wstring_view text);
 // Number of UTF-16 code units the text needs.
 size_t Utf16Length(std::wstring_view text);
 // UTF-16LE bytes; an odd trailing byte is ignored.
