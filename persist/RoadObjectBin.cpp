@@ -1,5 +1,6 @@
 #include "persist/RoadObjectBin.h"
 
+#include <algorithm>
 #include <climits>
 #include <map>
 #include <string_view>
@@ -136,6 +137,7 @@ bool CRoadObjectBinManager::LoadAll(std::vector<std::wstring>& errors) {
     std::wstring error;
     CRoadObjectBin* object = LoadRoadObject(path.c_str(), error);
     if (object != nullptr) {
+      KeepTitleOnlyForItsFile(object, path);
       const auto [at, isNew] = byId.try_emplace(object->ID(), Count());
       if (isNew) {
         Add(object);
@@ -158,13 +160,18 @@ CRoadObjectBin* CRoadObjectBinManager::Load(const wchar_t* path, std::wstring& e
                                             bool bReplace) {
   CRoadObjectBin* object = LoadRoadObject(path, error);
   if (object == nullptr) return nullptr;
+  KeepTitleOnlyForItsFile(object, kw::View(path));
   const int index = Find(object->ID());
   if (index >= 0 && bReplace) {
     delete Item(index);
     SetAt(index, object);
     return object;
   }
-  if (index >= 0) object->CreateGUID();  // a copy of an object already in the list
+  if (index >= 0) {
+    // A copy of an object already in the list: the file is the original's, the copy has none.
+    object->CreateGUID();
+    object->SetFileTitle(L"");
+  }
   Add(object);
   return object;
 }
@@ -203,9 +210,37 @@ bool CRoadObjectBinManager::Save(int index) {
 }
 
 std::wstring CRoadObjectBinManager::FileFullPath(const wchar_t* fileTitle) const {
-  const std::wstring folder = FilePath();
-  kw::Fs().CreateDirectories(folder);
-  return kw::JoinPath(folder, std::wstring(kw::View(fileTitle)) + FileExt());
+  kw::Fs().CreateDirectories(FilePath());
+  return PathOfTitle(kw::View(fileTitle));
+}
+
+std::wstring CRoadObjectBinManager::PathOfTitle(std::wstring_view title) const {
+  return kw::JoinPath(FilePath(), std::wstring(title) + FileExt());
+}
+
+// A title that does not lead back to the file the object came from (a file outside the folder,
+// or an extension in another case) would make a save or a removal touch some other file.
+void CRoadObjectBinManager::KeepTitleOnlyForItsFile(CRoadObjectBin* object,
+                                                    std::wstring_view path) const {
+  if (PathOfTitle(object->FileTitle()) != path) object->SetFileTitle(L"");
+}
+
+// Titles that differ only in case name one file on a file system that ignores case, where
+// removing the old name would remove the file just written: the old file goes only when the
+// folder lists both names.
+void CRoadObjectBinManager::RemoveReplacedFile(const std::wstring& oldTitle,
+                                               const std::wstring& newTitle) const {
+  const std::wstring oldPath = FileFullPath(oldTitle.c_str());
+  if (!kw::FileExists(oldPath)) return;
+  if (kw::EqualsNoCase(oldTitle, newTitle)) {
+    std::vector<std::wstring> names;
+    kw::Fs().ListFiles(FilePath(), &names);
+    const auto listed = [&](const std::wstring& title) {
+      return std::find(names.begin(), names.end(), title + FileExt()) != names.end();
+    };
+    if (!listed(oldTitle) || !listed(newTitle)) return;
+  }
+  kw::Fs().RemoveFile(oldPath);
 }
 
 std::wstring CRoadObjectBinManager::FilePath() const {
@@ -227,10 +262,7 @@ bool CRoadObjectBinManager::SaveRoadObject(const wchar_t* path, CRoadObjectBin* 
   if (!written) return false;
   // The old file goes only once the new one is safely in place.
   const std::wstring oldTitle = object->FileTitle();
-  if (!oldTitle.empty() && !kw::EqualsNoCase(oldTitle, newTitle)) {
-    const std::wstring oldPath = FileFullPath(oldTitle.c_str());
-    if (kw::FileExists(oldPath)) kw::Fs().RemoveFile(oldPath);
-  }
+  if (!oldTitle.empty() && oldTitle != newTitle) RemoveReplacedFile(oldTitle, newTitle);
   object->SetFileTitle(newTitle.c_str());
   return true;
 }
