@@ -21,13 +21,28 @@ namespace kw {
 
 inline constexpr wchar_t kReplacementChar = 0xFFFD;
 
-// UTF-16: code units in host order (the machine is little-endian; the LE byte forms below are
-// what files and shared memory hold).
+// UTF-16: code units in host order (the machine is little-endian, so host-order units and the
+// LE byte forms that files and shared memory hold are the same bytes).
+//
+// Every conversion below goes through one encoder and one decoder that never allocate and copy
+// the common text (no surrogates, nothing past U+FFFF) unit for unit in a single pass.
 std::u16string ToUtf16(std::wstring_view text);
 std::wstring FromUtf16(std::u16string_view units);
 // Stores at most `cap` units of text into out and returns how many were stored; never splits a
 // surrogate pair. Does not allocate.
 size_t ToUtf16Into(std::wstring_view text, char16_t* out, size_t cap);
+// The same into UTF-16LE bytes at any alignment: at most `cap` units (2 * cap bytes).
+size_t ToUtf16LEInto(std::wstring_view text, void* out, size_t cap);
+// Copies the text into out (room for text.size() units, any alignment) one unit per character
+// and returns true when every character is in U+0001..U+D7FF; otherwise returns false with out
+// holding some of the units. One pass, for hot paths that try the common case first.
+bool CopyPlainUtf16LE(std::wstring_view text, void* out);
+// Decodes `units` UTF-16LE units at `bytes` (any alignment) into out, which has room for `units`
+// characters: a surrogate pair becomes one character, a lone surrogate U+FFFD. Returns the
+// characters stored. Does not allocate.
+size_t FromUtf16LEInto(const void* bytes, size_t units, wchar_t* out);
+// Appends the decoded text to *out, growing it at most once.
+void AppendUtf16LE(const void* bytes, size_t units, std::wstring* out);
 // True when every character is in U+0001..U+D7FF: then each is exactly one UTF-16 unit of the
 // same value and none ends a string early (the common case, which hot paths copy directly).
 bool IsPlainUtf16(std::wstring_view text);

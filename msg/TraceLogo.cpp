@@ -62,13 +62,8 @@ const char* CompanionOutput() {
 // first character to dst and returns true; otherwise leaves dst clear (only the bytes in use may
 // be non-zero) and returns false.
 bool CopyPlainTail(std::wstring_view line, char16_t* dst) {
-  uint32_t outside = static_cast<uint32_t>(line[0]) - 1u >= 0xD7FFu ? 1u : 0u;
-  for (size_t i = 1; i < line.size(); ++i) {
-    const uint32_t c = static_cast<uint32_t>(line[i]);
-    dst[i] = static_cast<char16_t>(c);
-    outside |= c - 1u >= 0xD7FFu ? 1u : 0u;
-  }
-  if (outside == 0) return true;
+  const bool plainHead = static_cast<uint32_t>(line[0]) - 1u < 0xD7FFu;
+  if (kw::CopyPlainUtf16LE(line.substr(1), dst + 1) && plainHead) return true;
   memset(dst + 1, 0, 2 * (line.size() - 1));
   return false;
 }

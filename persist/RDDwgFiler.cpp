@@ -14,44 +14,6 @@ namespace {
 
 constexpr int64_t kMaxDataSize = INT_MAX;
 
-// Decodes `bytes` UTF-16LE bytes (an odd last byte is ignored) into out, which has room for
-// bytes / 2 + 1 characters; a lone surrogate becomes U+FFFD. Returns the characters stored,
-// terminator not counted.
-size_t DecodeUtf16LE(const unsigned char* in, size_t bytes, wchar_t* out) {
-  const size_t units = bytes / 2;
-  size_t n = 0;
-  for (size_t i = 0; i < units; ++i) {
-    const char32_t u = in[2 * i] | (in[2 * i + 1] << 8);
-    if (u >= 0xD800 && u <= 0xDBFF && i + 1 < units) {
-      const char32_t low = in[2 * i + 2] | (in[2 * i + 3] << 8);
-      if (low >= 0xDC00 && low <= 0xDFFF) {
-        out[n++] = static_cast<wchar_t>(0x10000 + ((u - 0xD800) << 10) + (low - 0xDC00));
-        ++i;
-        continue;
-      }
-    }
-    const bool lone = u >= 0xD800 && u <= 0xDFFF;
-    out[n++] = lone ? kw::kReplacementChar : static_cast<wchar_t>(u);
-  }
-  out[n] = L'\0';
-  return n;
-}
-
-// Decodes `units` UTF-16LE units that are all in U+0001..U+D7FF (the common case: one
-// character per unit, no pair, no terminator) into out. Returns false, with out partly
-// written, when a unit is outside that range; the caller then takes DecodeUtf16LE.
-bool DecodePlainUtf16LE(const unsigned char* in, size_t units, wchar_t* out) {
-  uint32_t outside = 0;  // accumulated without branches so that the loop vectorises
-  for (size_t i = 0; i < units; ++i) {
-    uint16_t unit;  // the host is little-endian, as the data is
-    std::memcpy(&unit, in + 2 * i, 2);
-    const uint32_t u = unit;
-    out[i] = static_cast<wchar_t>(u);
-    outside |= u - 1u >= 0xD7FFu ? 1u : 0u;
-  }
-  return outside == 0;
-}
-
 // Narrow text in the system code page, cut at its first zero byte as a C string would be.
 std::wstring DecodeAnsi(const unsigned char* in, size_t bytes) {
   std::string_view text(reinterpret_cast<const char*>(in), bytes);
@@ -200,11 +162,9 @@ Acad::ErrorStatus CRDDwgFiler::readString(wchar_t** value) {
   bool wide = false;
   if (Acad::ErrorStatus es = ReadStringHeader(&bytes, &count, &wide); es != Acad::eOk) return es;
   if (count > 0 && wide) {
-    const size_t units = count / 2;
+    const size_t units = count / 2;  // an odd last byte is ignored
     acutNewBuffer(*value, units + 1);
-    if (*value != nullptr && !DecodePlainUtf16LE(bytes, units, *value)) {
-      DecodeUtf16LE(bytes, count, *value);
-    }
+    if (*value != nullptr) (*value)[kw::FromUtf16LEInto(bytes, units, *value)] = L'\0';
   } else {
     const std::wstring text = DecodeAnsi(bytes, count);
     acutNewBuffer(*value, text.size() + 1);
@@ -226,11 +186,7 @@ Acad::ErrorStatus CRDDwgFiler::readString(AcString& value) {
   m_position += count;
   if (count == 0) return Acad::eOk;
   if (wide) {
-    const size_t units = count / 2;
-    text.resize(units);
-    if (DecodePlainUtf16LE(bytes, units, text.data())) return Acad::eOk;
-    text.resize(units + 1);
-    text.resize(DecodeUtf16LE(bytes, count, text.data()));
+    kw::AppendUtf16LE(bytes, count / 2, &text);
   } else {
     text = DecodeAnsi(bytes, count);
   }
@@ -258,15 +214,7 @@ Acad::ErrorStatus CRDDwgFiler::writeString(const wchar_t* value) {
   std::memcpy(out, &count, 4);
   if (count == 0) return Acad::eOk;
   out[4] = 1;  // UTF-16LE
-  if (outside == 0) {
-    for (size_t i = 0; i < units; ++i) {
-      const uint16_t unit = static_cast<uint16_t>(text[i]);
-      std::memcpy(out + 5 + 2 * i, &unit, 2);
-    }
-  } else {
-    const std::string bytes = kw::ToUtf16LEBytes(text);
-    std::memcpy(out + 5, bytes.data(), count);
-  }
+  kw::ToUtf16LEInto(text, out + 5, units);
   return Acad::eOk;
 }
 
@@ -428,8 +376,7 @@ unsigned char* CRDDwgFiler::Reserve(uint64_t n, Acad::ErrorStatus* es) {
     const int64_t capacity = m_data.physicalLength();
     try {
       if (end > capacity) {
-        const int64_t step =
-            std::max<int64_t>(m_data.growLength(), std::min<int64_t>(capacity, 65536));
+        const int64_t step = m_data.growthStep(static_cast<int>(capacity));
         m_data.setPhysicalLength(
             static_cast<int>(std::min(std::max(end, capacity + step), kMaxDataSize)));
       }
