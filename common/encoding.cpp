@@ -194,17 +194,6 @@ size_t Utf16Length(std::wstring_view text) {
   return n;
 }
 
-bool CopyPlainUtf16LE(std::wstring_view text, void* out) {
-  auto* bytes = static_cast<unsigned char*>(out);
-  uint32_t outside = 0;  // accumulated without branches so that the loop vectorises
-  for (size_t i = 0; i < text.size(); ++i) {
-    const uint32_t c = static_cast<uint32_t>(text[i]);
-    PutUnit(bytes, i, static_cast<char16_t>(c));
-    outside |= c - 1u >= 0xD7FFu ? 1u : 0u;
-  }
-  return outside == 0;
-}
-
 size_t ToUtf16LEInto(std::wstring_view text, void* out, size_t cap) {
   if (text.size() <= cap && CopyPlainUtf16LE(text, out)) return text.size();
   return EncodeUtf16(text, static_cast<unsigned char*>(out), cap);
@@ -227,14 +216,8 @@ std::string ToUtf16LEBytes(std::wstring_view text) {
 }
 
 size_t FromUtf16LEInto(const void* bytes, size_t units, wchar_t* out) {
-  const auto* in = static_cast<const unsigned char*>(bytes);
-  uint32_t surrogates = 0;  // accumulated without branches so that the loop vectorises
-  for (size_t i = 0; i < units; ++i) {
-    const uint32_t u = GetUnit(in, i);
-    out[i] = static_cast<wchar_t>(u);
-    surrogates |= u - 0xD800u < 0x800u ? 1u : 0u;
-  }
-  return surrogates == 0 ? units : DecodeUtf16(in, units, out);
+  if (CopyPlainFromUtf16LE(bytes, units, out)) return units;
+  return DecodeUtf16(static_cast<const unsigned char*>(bytes), units, out);
 }
 
 void AppendUtf16LE(const void* bytes, size_t units, std::wstring* out) {

@@ -186,7 +186,11 @@ Acad::ErrorStatus CRDDwgFiler::readString(AcString& value) {
   m_position += count;
   if (count == 0) return Acad::eOk;
   if (wide) {
-    kw::AppendUtf16LE(bytes, count / 2, &text);
+    const size_t units = count / 2;  // an odd last byte is ignored
+    text.resize(units);
+    // Plain text holds no zero, so it needs no cut below.
+    if (kw::CopyPlainFromUtf16LE(bytes, units, text.data())) return Acad::eOk;
+    text.resize(kw::FromUtf16LEInto(bytes, units, text.data()));
   } else {
     text = DecodeAnsi(bytes, count);
   }
@@ -214,7 +218,11 @@ Acad::ErrorStatus CRDDwgFiler::writeString(const wchar_t* value) {
   std::memcpy(out, &count, 4);
   if (count == 0) return Acad::eOk;
   out[4] = 1;  // UTF-16LE
-  kw::ToUtf16LEInto(text, out + 5, units);
+  if (outside == 0) {
+    kw::CopyPlainUtf16LE(text, out + 5);
+  } else {
+    kw::ToUtf16LEInto(text, out + 5, units);
+  }
   return Acad::eOk;
 }
 
