@@ -166,9 +166,13 @@ Acad::ErrorStatus CRDDwgFiler::readString(wchar_t** value) {
     acutNewBuffer(*value, units + 1);
     if (*value != nullptr) (*value)[kw::FromUtf16LEInto(bytes, units, *value)] = L'\0';
   } else {
-    const std::wstring text = DecodeAnsi(bytes, count);
-    acutNewBuffer(*value, text.size() + 1);
-    if (*value != nullptr) std::copy(text.begin(), text.end(), *value);
+    try {
+      const std::wstring text = DecodeAnsi(bytes, count);
+      acutNewBuffer(*value, text.size() + 1);
+      if (*value != nullptr) std::copy(text.begin(), text.end(), *value);
+    } catch (const std::bad_alloc&) {
+      *value = nullptr;
+    }
   }
   if (*value == nullptr) return Acad::eOutOfMemory;
   m_position += count;
@@ -176,26 +180,38 @@ Acad::ErrorStatus CRDDwgFiler::readString(wchar_t** value) {
 }
 
 // Decodes straight into the string instead of going through a temporary buffer; the result is
-// the same text, cut at its first zero character as the buffer form would be.
+// the same text, cut at its first zero character as the buffer form would be. Memory running out
+// leaves the string empty and the position before the record's text.
 Acad::ErrorStatus CRDDwgFiler::readString(AcString& value) {
   std::wstring& text = value.setEmpty().str();
   const unsigned char* bytes = nullptr;
   uint32_t count = 0;
   bool wide = false;
   if (Acad::ErrorStatus es = ReadStringHeader(&bytes, &count, &wide); es != Acad::eOk) return es;
+  try {
+    DecodeInto(bytes, count, wide, &text);
+  } catch (const std::bad_alloc&) {
+    text.clear();
+    return Acad::eOutOfMemory;
+  }
   m_position += count;
-  if (count == 0) return Acad::eOk;
+  return Acad::eOk;
+}
+
+void CRDDwgFiler::DecodeInto(const unsigned char* bytes, uint32_t count, bool wide,
+                             std::wstring* out) {
+  std::wstring& text = *out;
+  if (count == 0) return;
   if (wide) {
     const size_t units = count / 2;  // an odd last byte is ignored
     text.resize(units);
     // Plain text holds no zero, so it needs no cut below.
-    if (kw::CopyPlainFromUtf16LE(bytes, units, text.data())) return Acad::eOk;
+    if (kw::CopyPlainFromUtf16LE(bytes, units, text.data())) return;
     text.resize(kw::FromUtf16LEInto(bytes, units, text.data()));
   } else {
     text = DecodeAnsi(bytes, count);
   }
   text.resize(std::wcslen(text.c_str()));
-  return Acad::eOk;
 }
 
 Acad::ErrorStatus CRDDwgFiler::writeString(const wchar_t* value) {

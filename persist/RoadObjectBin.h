@@ -122,6 +122,7 @@ class CRoadObjectBinManager : public CRoadObjectManager {
 
  private:
   CRoadObjectBin* BinItem(int index) const;
+  bool LoadFolder(std::vector<std::wstring>& errors);
   std::wstring PathOfTitle(std::wstring_view title) const;
   void KeepTitleOnlyForItsFile(CRoadObjectBin* object, std::wstring_view path) const;
   void RemoveReplacedFile(const std::wstring& oldTitle, const std::wstring& newTitle) const;

@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <map>
+#include <new>
 #include <string>
 #include <vector>
 
@@ -253,6 +254,43 @@ TEST_F(RoadObjectBinTest, AnObjectLoadedFromOutsideTheFolderHasNoFileInIt) {
   ASSERT_TRUE(manager.Save(0));
   EXPECT_EQ(Files(), (std::vector<std::wstring>{
                          title + L".lan", L"Stranger{12345678-9ABC-DEF0-1234-56789ABCDEF0}.lan"}));
+}
+
+// Objects whose own fields run out of memory while they load or save.
+class CStarvingLane : public CLaneObject {
+ protected:
+  bool SaveFiler(CRDDwgFiler&) const override { throw std::bad_alloc(); }
+  bool LoadFiler(CRDDwgFiler&, std::wstring&) override { throw std::bad_alloc(); }
+};
+
+class CStarvingManager : public CLaneManager {
+ public:
+  using CLaneManager::CLaneManager;
+
+ protected:
+  CRoadObjectBin* LoadRoadObjectData(void* data, int size, std::wstring& error) override {
+    auto* lane = new CStarvingLane;
+    if (lane->Load(data, size, error)) return lane;
+    delete lane;
+    throw std::bad_alloc();
+  }
+};
+
+TEST_F(RoadObjectBinTest, RunningOutOfMemoryIsAFailedLoadOrSave) {
+  CLaneManager writer(m_folder);
+  AddLane(writer, L"A", kId);
+  ASSERT_TRUE(writer.Save(0));
+  CStarvingManager manager(m_folder);
+  std::vector<std::wstring> errors;
+  EXPECT_FALSE(manager.LoadAll(errors));
+  std::wstring error;
+  EXPECT_EQ(manager.Load((m_folder + L"/" + Files()[0]).c_str(), error, true), nullptr);
+  EXPECT_EQ(manager.Count(), 0);
+  auto* lane = new CStarvingLane;
+  lane->SetName(L"B");
+  manager.Add(lane);
+  EXPECT_FALSE(manager.Save(0));
+  EXPECT_EQ(Files().size(), 1u);
 }
 
 TEST_F(RoadObjectBinTest, UnsafeNamesAreRefusedAndWriteNothing) {
