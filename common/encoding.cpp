@@ -5,10 +5,14 @@
 #include <langinfo.h>
 
 #include <algorithm>
+#include <bit>
 #include <cstring>
 
 namespace kw {
 namespace {
+
+static_assert(std::endian::native == std::endian::little,
+              "host-order UTF-16 units are taken as the little-endian form");
 
 constexpr char32_t kMaxCodePoint = 0x10FFFF;
 
@@ -19,39 +23,52 @@ bool IsValidScalar(char32_t c) {
   return c <= kMaxCodePoint && !IsSurrogate(c);
 }
 
-template <class Sink>
-void EncodeUtf16(std::wstring_view text, Sink&& put) {
+// Stores one unit in host (little-endian) order at any alignment.
+void PutUnit(unsigned char* out, size_t i, char16_t u) {
+  std::memcpy(out + 2 * i, &u, 2);
+}
+char16_t GetUnit(const unsigned char* in, size_t i) {
+  char16_t u;
+  std::memcpy(&u, in + 2 * i, 2);
+  return u;
+}
+
+// Encodes character by character: invalid code points become U+FFFD; stops before a character
+// whose units would pass `cap`.
+size_t EncodeUtf16(std::wstring_view text, unsigned char* out, size_t cap) {
+  size_t n = 0;
   for (wchar_t wc : text) {
     char32_t c = static_cast<char32_t>(wc);
     if (!IsValidScalar(c)) c = kReplacementChar;
     if (c < 0x10000) {
-      put(static_cast<char16_t>(c));
+      if (n + 1 > cap) break;
+      PutUnit(out, n++, static_cast<char16_t>(c));
     } else {
+      if (n + 2 > cap) break;
       c -= 0x10000;
-      put(static_cast<char16_t>(0xD800 + (c >> 10)));
-      put(static_cast<char16_t>(0xDC00 + (c & 0x3FF)));
+      PutUnit(out, n++, static_cast<char16_t>(0xD800 + (c >> 10)));
+      PutUnit(out, n++, static_cast<char16_t>(0xDC00 + (c & 0x3FF)));
     }
   }
+  return n;
 }
 
-// Decodes UTF-16 units read through `unit(i)`; lone surrogates become U+FFFD.
-template <class Unit>
-std::wstring DecodeUtf16(size_t count, Unit&& unit) {
-  std::wstring out;
-  out.reserve(count);
+// Decodes unit by unit: pairs become one character, lone surrogates U+FFFD.
+size_t DecodeUtf16(const unsigned char* in, size_t count, wchar_t* out) {
+  size_t n = 0;
   for (size_t i = 0; i < count; ++i) {
-    const char16_t u = unit(i);
+    const char16_t u = GetUnit(in, i);
     if (u >= 0xD800 && u <= 0xDBFF && i + 1 < count) {
-      const char16_t v = unit(i + 1);
+      const char16_t v = GetUnit(in, i + 1);
       if (v >= 0xDC00 && v <= 0xDFFF) {
-        out += static_cast<wchar_t>(0x10000 + ((u - 0xD800) << 10) + (v - 0xDC00));
+        out[n++] = static_cast<wchar_t>(0x10000 + ((u - 0xD800) << 10) + (v - 0xDC00));
         ++i;
         continue;
       }
     }
-    out += IsSurrogate(u) ? kReplacementChar : static_cast<wchar_t>(u);
+    out[n++] = IsSurrogate(u) ? kReplacementChar : static_cast<wchar_t>(u);
   }
-  return out;
+  return n;
 }
 
 void AppendUtf8(std::string& out, char32_t c) {
@@ -161,11 +178,10 @@ bool IsPlainUtf16(std::wstring_view text) {
   return outside == 0;
 }
 
-std::u16string ToUtf16(std::wstring_view text) {
-  std::u16string out;
-  out.reserve(text.size());
-  EncodeUtf16(text, [&](char16_t u) { out += u; });
-  return out;
+bool IsUtf16Exact(std::wstring_view text) {
+  if (IsPlainUtf16(text)) return true;
+  return std::all_of(text.begin(), text.end(),
+                     [](wchar_t wc) { return IsValidScalar(static_cast<char32_t>(wc)); });
 }
 
 size_t Utf16Length(std::wstring_view text) {
@@ -178,39 +194,48 @@ size_t Utf16Length(std::wstring_view text) {
   return n;
 }
 
-size_t ToUtf16Into(std::wstring_view text, char16_t* out, size_t cap) {
-  if (text.size() <= cap && IsPlainUtf16(text)) {
-    for (size_t i = 0; i < text.size(); ++i) out[i] = static_cast<char16_t>(text[i]);
-    return text.size();
-  }
-  size_t n = 0;
-  for (wchar_t wc : text) {
-    const char32_t c = static_cast<char32_t>(wc);
-    const size_t need = (IsValidScalar(c) && c >= 0x10000) ? 2 : 1;
-    if (n + need > cap) break;
-    EncodeUtf16(std::wstring_view(&wc, 1), [&](char16_t u) { out[n++] = u; });
-  }
-  return n;
+size_t ToUtf16LEInto(std::wstring_view text, void* out, size_t cap) {
+  if (text.size() <= cap && CopyPlainUtf16LE(text, out)) return text.size();
+  return EncodeUtf16(text, static_cast<unsigned char*>(out), cap);
 }
 
-std::wstring FromUtf16(std::u16string_view units) {
-  return DecodeUtf16(units.size(), [&](size_t i) { return units[i]; });
+size_t ToUtf16Into(std::wstring_view text, char16_t* out, size_t cap) {
+  return ToUtf16LEInto(text, out, cap);
+}
+
+std::u16string ToUtf16(std::wstring_view text) {
+  std::u16string out(Utf16Length(text), u'\0');
+  ToUtf16LEInto(text, out.data(), out.size());
+  return out;
 }
 
 std::string ToUtf16LEBytes(std::wstring_view text) {
-  std::string out;
-  out.reserve(text.size() * 2);
-  EncodeUtf16(text, [&](char16_t u) {
-    out += static_cast<char>(u & 0xFF);
-    out += static_cast<char>(u >> 8);
-  });
+  std::string out(2 * Utf16Length(text), '\0');
+  ToUtf16LEInto(text, out.data(), out.size() / 2);
+  return out;
+}
+
+size_t FromUtf16LEInto(const void* bytes, size_t units, wchar_t* out) {
+  if (CopyPlainFromUtf16LE(bytes, units, out)) return units;
+  return DecodeUtf16(static_cast<const unsigned char*>(bytes), units, out);
+}
+
+void AppendUtf16LE(const void* bytes, size_t units, std::wstring* out) {
+  const size_t start = out->size();
+  out->resize(start + units);
+  out->resize(start + FromUtf16LEInto(bytes, units, out->data() + start));
+}
+
+std::wstring FromUtf16(std::u16string_view units) {
+  std::wstring out;
+  AppendUtf16LE(units.data(), units.size(), &out);
   return out;
 }
 
 std::wstring FromUtf16LEBytes(const void* data, size_t bytes) {
-  const auto* p = static_cast<const unsigned char*>(data);
-  return DecodeUtf16(
-      bytes / 2, [&](size_t i) { return static_cast<char16_t>(p[2 * i] | (p[2 * i + 1] << 8)); });
+  std::wstring out;
+  AppendUtf16LE(data, bytes / 2, &out);
+  return out;
 }
 
 // Paths and names are nearly always ASCII, which converts one unit per character; these runs

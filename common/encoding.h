@@ -14,6 +14,8 @@
 #define KW_COMMON_ENCODING_H_
 
 #include <cstddef>
+#include <cstdint>
+#include <cstring>
 #include <string>
 #include <string_view>
 
@@ -21,16 +23,62 @@ namespace kw {
 
 inline constexpr wchar_t kReplacementChar = 0xFFFD;
 
-// UTF-16: code units in host order (the machine is little-endian; the LE byte forms below are
-// what files and shared memory hold).
+// UTF-16: code units in host order (the machine is little-endian, so host-order units and the
+// LE byte forms that files and shared memory hold are the same bytes).
+//
+// Every conversion below goes through one encoder and one decoder that never allocate and copy
+// the common text (no surrogates, nothing past U+FFFF) unit for unit in a single pass.
 std::u16string ToUtf16(std::wstring_view text);
 std::wstring FromUtf16(std::u16string_view units);
 // Stores at most `cap` units of text into out and returns how many were stored; never splits a
 // surrogate pair. Does not allocate.
 size_t ToUtf16Into(std::wstring_view text, char16_t* out, size_t cap);
+// The same into UTF-16LE bytes at any alignment: at most `cap` units (2 * cap bytes).
+size_t ToUtf16LEInto(std::wstring_view text, void* out, size_t cap);
+// Decodes `units` UTF-16LE units at `bytes` (any alignment) into out, which has room for `units`
+// characters: a surrogate pair becomes one character, a lone surrogate U+FFFD. Returns the
+// characters stored. Does not allocate.
+size_t FromUtf16LEInto(const void* bytes, size_t units, wchar_t* out);
+// Appends the decoded text to *out, growing it at most once.
+void AppendUtf16LE(const void* bytes, size_t units, std::wstring* out);
+
+// The plain fast paths of the encoder and the decoder, inline because hot paths try them on every
+// short string: "plain" is U+0001..U+D7FF, one unit per character and no zero that would end a
+// string early. The checks are accumulated without branches so that the loops vectorise.
+//
+// Copies the text into out (room for text.size() units, any alignment) and returns true when it
+// is plain; otherwise returns false with out holding some of the units.
+inline bool CopyPlainUtf16LE(std::wstring_view text, void* out) {
+  auto* bytes = static_cast<unsigned char*>(out);
+  uint32_t outside = 0;
+  for (size_t i = 0; i < text.size(); ++i) {
+    const uint32_t c = static_cast<uint32_t>(text[i]);
+    const auto unit = static_cast<char16_t>(c);  // the host is little-endian
+    std::memcpy(bytes + 2 * i, &unit, 2);
+    outside |= c - 1u >= 0xD7FFu ? 1u : 0u;
+  }
+  return outside == 0;
+}
+// Copies `units` UTF-16LE units into out (room for `units` characters) and returns true when they
+// are plain; otherwise returns false with out holding some of the characters.
+inline bool CopyPlainFromUtf16LE(const void* bytes, size_t units, wchar_t* out) {
+  const auto* in = static_cast<const unsigned char*>(bytes);
+  uint32_t outside = 0;
+  for (size_t i = 0; i < units; ++i) {
+    char16_t unit;
+    std::memcpy(&unit, in + 2 * i, 2);
+    const uint32_t u = unit;
+    out[i] = static_cast<wchar_t>(u);
+    outside |= u - 1u >= 0xD7FFu ? 1u : 0u;
+  }
+  return outside == 0;
+}
 // True when every character is in U+0001..U+D7FF: then each is exactly one UTF-16 unit of the
 // same value and none ends a string early (the common case, which hot paths copy directly).
 bool IsPlainUtf16(std::wstring_view text);
+// True when the UTF-16 form gives the same text back: every character is a Unicode scalar value
+// (no surrogate code point, nothing past U+10FFFF).
+bool IsUtf16Exact(std::wstring_view text);
 // Number of UTF-16 code units the text needs.
 size_t Utf16Length(std::wstring_view text);
 // UTF-16LE bytes; an odd trailing byte is ignored.

@@ -46,6 +46,42 @@ TEST(EncodingTest, ToUtf16IntoNeverSplitsAPair) {
   EXPECT_EQ(out[2], 0xDE00);
 }
 
+// The one encoder and decoder behind every UTF-16 conversion work at any alignment, write only
+// the units they report, and give the general path's results when the plain copy gives up.
+TEST(EncodingTest, UnalignedUtf16LEIntoCallersBuffers) {
+  unsigned char buffer[1 + 2 * 4] = {0xEE};
+  EXPECT_EQ(ToUtf16LEInto(L"x\U0001F600y", buffer + 1, 4), 4u);
+  EXPECT_EQ(std::string(reinterpret_cast<char*>(buffer), 9),
+            Bytes({0xEE, 'x', 0, 0x3D, 0xD8, 0x00, 0xDE, 'y', 0}));
+  EXPECT_EQ(ToUtf16LEInto(std::wstring(1, wchar_t(0xD800)), buffer + 1, 1), 1u);
+  EXPECT_EQ(buffer[1] | buffer[2] << 8, 0xFFFD);
+
+  wchar_t out[5] = {L'#', L'#', L'#', L'#', L'#'};
+  EXPECT_EQ(FromUtf16LEInto(buffer + 1, 0, out), 0u);
+  const std::string units = Bytes({0xEE, 'a', 0, 0x3D, 0xD8, 0x00, 0xDE, 0x00, 0xDC, 0, 0});
+  EXPECT_EQ(FromUtf16LEInto(units.data() + 1, 5, out), 4u);
+  EXPECT_EQ(std::wstring(out, 4), std::wstring(L"a\U0001F600") + wchar_t(0xFFFD) + L'\0');
+
+  std::wstring text = L"k";
+  AppendUtf16LE(units.data() + 1, 1, &text);
+  AppendUtf16LE(units.data() + 3, 2, &text);
+  EXPECT_EQ(text, L"ka\U0001F600");
+}
+
+TEST(EncodingTest, PlainCopyGivesUpOnZerosSurrogatesAndWideCharacters) {
+  char16_t out[3];
+  EXPECT_TRUE(CopyPlainUtf16LE(L"a\uD7FF", out));
+  EXPECT_EQ(std::u16string(out, 2), u"a\uD7FF");
+  EXPECT_TRUE(CopyPlainUtf16LE(L"", out));
+  for (const std::wstring& text : {std::wstring(L"a\0b", 3), std::wstring(1, wchar_t(0xDC00)),
+                                   std::wstring(L"\uE000"), std::wstring(L"\U0001F600")}) {
+    EXPECT_FALSE(CopyPlainUtf16LE(text, out));
+  }
+  EXPECT_TRUE(IsUtf16Exact(L"\uE000\U0001F600"));
+  EXPECT_FALSE(IsUtf16Exact(std::wstring(1, wchar_t(0xDFFF))));
+  EXPECT_FALSE(IsUtf16Exact(std::wstring(1, wchar_t(0x110000))));
+}
+
 TEST(EncodingTest, GbkRoundTripsChineseText) {
   const std::wstring text = L"凯维提示: 道路设计 ABC 123";
   const std::string gbk = ToGbk(text);

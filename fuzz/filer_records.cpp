@@ -3,10 +3,12 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "fuzz/alloc_bound.h"
 #include "persist/RDDwgFiler.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   if (size == 0) return 0;
+  const AllocBound bound(size);
   CRDDwgFiler filer;
   filer.SetData(data + 1, static_cast<int64_t>(size - 1));
   const uint8_t plan = data[0];

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "fuzz/alloc_bound.h"
 #include "fuzz/one_file_fs.h"
 #include "persist/RoadObjectBin.h"
 
@@ -36,6 +37,7 @@ class CFuzzManager : public KWCommonUtils::CRoadObjectBinManager {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  const AllocBound bound(size);
   OneFileSystem fs(data, size);
   kw::ScopedFileSystem scope(&fs);
   CFuzzManager manager;

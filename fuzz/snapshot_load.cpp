@@ -2,10 +2,12 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "fuzz/alloc_bound.h"
 #include "fuzz/one_file_fs.h"
 #include "persist/Model.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  const AllocBound bound(size);
   OneFileSystem fs(data, size);
   kw::ScopedFileSystem scope(&fs);
   KWModel3DView::DataModel model;

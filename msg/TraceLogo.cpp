@@ -52,13 +52,8 @@ unsigned RandomNumber(int attempt) {
 // first character to dst and returns true; otherwise leaves dst clear (only the bytes in use may
 // be non-zero) and returns false.
 bool CopyPlainTail(std::wstring_view line, char16_t* dst) {
-  uint32_t outside = static_cast<uint32_t>(line[0]) - 1u >= 0xD7FFu ? 1u : 0u;
-  for (size_t i = 1; i < line.size(); ++i) {
-    const uint32_t c = static_cast<uint32_t>(line[i]);
-    dst[i] = static_cast<char16_t>(c);
-    outside |= c - 1u >= 0xD7FFu ? 1u : 0u;
-  }
-  if (outside == 0) return true;
+  const bool plainHead = static_cast<uint32_t>(line[0]) - 1u < 0xD7FFu;
+  if (kw::CopyPlainUtf16LE(line.substr(1), dst + 1) && plainHead) return true;
   memset(dst + 1, 0, 2 * (line.size() - 1));
   return false;
 }
@@ -126,7 +121,10 @@ pid_t CTraceLogo::CompanionPid() const {
 bool CTraceLogo::Create() {
   m_companion.reset(new (std::nothrow) TraceLogoCompanion);
   if (!m_companion) return false;
-  std::wstring folder = KWRDPub::GetCurUserKeldornPath() + L"/logo";
+  // Without a trusted per-user folder there is nowhere safe for the companion's log.
+  const std::wstring user = KWRDPub::GetCurUserKeldornPath();
+  if (user.empty()) return false;
+  std::wstring folder = user + L"/logo";
   kw::Fs().CreateDirectories(folder);
   if (!CreateBlock(folder)) return false;
   m_format = new (std::nothrow) wchar_t[kFormatChars];

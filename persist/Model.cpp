@@ -3,9 +3,12 @@
 #include <algorithm>
 #include <climits>
 #include <cstring>
+#include <exception>
 #include <random>
+#include <string>
 #include <string_view>
 
+#include "common/encoding.h"
 #include "common/fileio.h"
 #include "common/format.h"
 #include "common/text.h"
@@ -25,67 +28,101 @@ constexpr uint64_t kMaxSnapshotBytes = 1u << 30;
 // Filers of unknown size are read in pieces of this many bytes, so a lying count costs at most
 // one piece before the read fails.
 constexpr int64_t kPieceBytes = 1 << 20;
+// A model may take this many bytes of memory per byte of its stream, plus kMemorySlack. Every
+// element but the empty extension (1 byte in the stream, over 100 in memory) stays well below
+// the rate, so only a flood of those runs into it.
+constexpr int64_t kMemoryPerByte = 16;
+constexpr int64_t kMemorySlack = 1 << 20;
 
-// Bytes left to read, when the filer can tell; otherwise as good as unlimited.
-int64_t Remaining(AcDbDwgFiler* filer) {
-  if (const auto* memory = dynamic_cast<const CRDDwgFiler*>(filer)) {
-    return memory->GetData().length() - memory->tell();
+// The smallest encoded size of one element of each list.
+constexpr int64_t kMinBatchBytes = 12;      // value, vertex count, triangle count
+constexpr int64_t kMinHugeBatchBytes = 20;  // value, two numbers, two chunk counts
+constexpr int64_t kMinChunkBytes = 4;       // its count
+constexpr int64_t kMinBlockBytes = 4;       // its length
+constexpr int64_t kMinExtensionBytes = 1;   // the empty extension's Bool
+constexpr int64_t kMinModelBytes = 21;      // untagged: empty name, flag, value, three counts
+
+// The memory a text takes once read, as both the reader and the writer's check count it.
+int64_t TextMemory(const std::wstring& text) {
+  return static_cast<int64_t>(text.size() * sizeof(wchar_t));
+}
+
+int64_t TextStreamBytes(const std::wstring& text) {
+  return text.empty() ? 4 : 5 + 2 * static_cast<int64_t>(kw::Utf16Length(text));
+}
+
+// What a model takes in the stream and, once read, in memory (counted as the reader counts it),
+// and whether the reader gives it back equal. The writer refuses what this does not accept.
+class Footprint {
+ public:
+  void Add(const DataModel& model, int depth) {
+    m_exact = m_exact && depth <= kMaxDepth;
+    Text(kFormatTag);
+    m_stream += 2 + 1 + 4;  // version, flag, value
+    Text(model.name);
+    Items(model.records);
+    List(model.batches, [&](const DataBatch& b) { Add(b); });
+    List(model.hugeBatches, [&](const DataBatchHuge& b) { Add(b); });
+    Add(model.extension, 0);
+    List(model.children, [&](const DataModel& child) { Add(child, depth + 1); });
   }
-  return INT64_MAX;
-}
+  bool Accepted() const {
+    return m_exact && m_stream <= INT32_MAX && m_memory <= m_stream * kMemoryPerByte + kMemorySlack;
+  }
 
-// True when `count` items of at least `itemBytes` each can still be in the filer.
-bool Fits(AcDbDwgFiler* filer, int64_t count, int64_t itemBytes) {
-  return count >= 0 && count <= Remaining(filer) / itemBytes;
-}
+ private:
+  void Text(const std::wstring& text) {
+    m_exact = m_exact && text.find(L'\0') == std::wstring::npos && kw::IsUtf16Exact(text);
+    m_stream += TextStreamBytes(text);
+    m_memory += TextMemory(text);
+  }
+  void Count(size_t count, uint64_t max = INT32_MAX) {
+    m_exact = m_exact && count <= max;
+    m_stream += 4;
+  }
+  template <class T>
+  void Items(const std::vector<T>& items) {
+    Count(items.size());
+    m_stream += static_cast<int64_t>(items.size() * sizeof(T));
+    m_memory += static_cast<int64_t>(items.size() * sizeof(T));
+  }
+  template <class T, class AddOne>
+  void List(const std::vector<T>& items, AddOne addOne, uint64_t max = INT32_MAX) {
+    Count(items.size(), max);
+    m_memory += static_cast<int64_t>(items.size() * sizeof(T));
+    for (const T& item : items) addOne(item);
+  }
+  void Add(const DataBatch& batch) {
+    m_stream += 4;
+    Items(batch.vertices);
+    Items(batch.triangles);
+  }
+  void Add(const DataBatchHuge& batch) {
+    m_stream += 12;
+    List(batch.vertexChunks, [&](const DataVertexList& chunk) { Items(chunk); });
+    List(batch.triangleChunks, [&](const DataTriangleList& chunk) { Items(chunk); });
+  }
+  void Add(const DataBinExtention& ext, int depth) {
+    m_exact = m_exact && depth <= kMaxDepth;
+    m_stream += 1;
+    if (ext.IsEmpty()) return;
+    m_stream += 16 + 4;  // id, value
+    Text(ext.typeName);
+    Text(ext.subTypeName);
+    List(
+        ext.blocks, [&](const std::vector<unsigned char>& block) { Items(block); }, UINT32_MAX);
+    List(ext.children, [&](const DataBinExtention& child) { Add(child, depth + 1); });
+  }
+
+  int64_t m_stream = 0;
+  int64_t m_memory = 0;
+  bool m_exact = true;
+};
 
 template <class T>
 void WriteArray(AcDbDwgFiler* filer, const std::vector<T>& items) {
   filer->writeInt32(static_cast<int32_t>(items.size()));
   if (!items.empty()) filer->writeBytes(items.data(), items.size() * sizeof(T));
-}
-
-template <class T>
-bool ReadItems(AcDbDwgFiler* filer, int64_t count, std::vector<T>* out) {
-  out->clear();
-  if (!Fits(filer, count, sizeof(T))) return false;
-  const bool sized = dynamic_cast<const CRDDwgFiler*>(filer) != nullptr;
-  const int64_t piece = sized ? count : std::max<int64_t>(1, kPieceBytes / sizeof(T));
-  for (int64_t done = 0; done < count;) {
-    const int64_t n = std::min(piece, count - done);
-    out->resize(static_cast<size_t>(done + n));
-    if (filer->readBytes(out->data() + done, static_cast<uint64_t>(n) * sizeof(T)) != Acad::eOk) {
-      return false;
-    }
-    done += n;
-  }
-  return true;
-}
-
-// Reads `count` records one after another, appending each: a lying count from a filer that
-// cannot tell its size fails at the first missing record instead of allocating for all.
-template <class T, class ReadOne>
-bool ReadEach(int64_t count, std::vector<T>* out, ReadOne readOne) {
-  out->clear();
-  for (int64_t i = 0; i < count; ++i) {
-    if (!readOne(&out->emplace_back())) return false;
-  }
-  return true;
-}
-
-// An Int32 count followed by that many items.
-template <class T>
-bool ReadArray(AcDbDwgFiler* filer, std::vector<T>* out) {
-  int32_t count = 0;
-  if (filer->readInt32(&count) != Acad::eOk) return false;
-  return ReadItems(filer, count, out);
-}
-
-bool ReadText(AcDbDwgFiler* filer, std::wstring* text) {
-  AcString value;
-  const bool ok = filer->readString(value) == Acad::eOk;
-  *text = value.str();
-  return ok;
 }
 
 std::wstring DefaultChildName() {
@@ -96,7 +133,102 @@ std::wstring DefaultChildName() {
 
 }  // namespace
 
+// Invariant: memoryLeft never goes below zero; every element appended to the model was charged
+// first, so the model never holds more than the allowance the input's size gave.
+struct CModel::ReadState {
+  explicit ReadState(AcDbDwgFiler* f) : filer(f), memory(dynamic_cast<const CRDDwgFiler*>(f)) {
+    const int64_t left = Remaining();
+    memoryLeft = left > (INT64_MAX - kMemorySlack) / kMemoryPerByte
+                     ? INT64_MAX
+                     : left * kMemoryPerByte + kMemorySlack;
+  }
+  // Bytes left to read, when the filer can tell; otherwise as good as unlimited.
+  int64_t Remaining() const {
+    return memory != nullptr ? memory->GetData().length() - memory->tell() : INT64_MAX;
+  }
+  // True when `count` elements of at least `minBytes` each can still be in the stream.
+  bool Fits(int64_t count, int64_t minBytes) const {
+    return count >= 0 && count <= Remaining() / minBytes;
+  }
+  // Takes `count` items of `itemBytes` from the memory allowance; false when it runs out.
+  bool Charge(int64_t count, int64_t itemBytes) {
+    if (count < 0 || count > memoryLeft / itemBytes) return false;
+    memoryLeft -= count * itemBytes;
+    return true;
+  }
+  bool ReadCount(int64_t* count) {
+    int32_t value = 0;
+    if (filer->readInt32(&value) != Acad::eOk) return false;
+    *count = value;
+    return true;
+  }
+  bool ReadText(std::wstring* text) {
+    AcString value;
+    if (filer->readString(value) != Acad::eOk || !Charge(TextMemory(value.str()), 1)) return false;
+    text->swap(value.str());  // the text it held (a child's first name) goes with `value`
+    return true;
+  }
+  // `count` plain items straight from the stream.
+  template <class T>
+  bool ReadItems(int64_t count, std::vector<T>* out) {
+    out->clear();
+    if (!Fits(count, sizeof(T)) || !Charge(count, sizeof(T))) return false;
+    const int64_t piece = memory != nullptr ? count : std::max<int64_t>(1, kPieceBytes / sizeof(T));
+    for (int64_t done = 0; done < count;) {
+      const int64_t n = std::min(piece, count - done);
+      out->resize(static_cast<size_t>(done + n));
+      if (filer->readBytes(out->data() + done, static_cast<uint64_t>(n) * sizeof(T)) != Acad::eOk) {
+        return false;
+      }
+      done += n;
+    }
+    return true;
+  }
+  // An Int32 count followed by that many plain items.
+  template <class T>
+  bool ReadArray(std::vector<T>* out) {
+    int64_t count = 0;
+    return ReadCount(&count) && ReadItems(count, out);
+  }
+  // `count` records one after another, each charged before it is appended; nothing is reserved
+  // ahead of the data, so a lying count fails at the first record that is not there.
+  template <class T, class ReadOne>
+  bool ReadEach(int64_t count, int64_t minBytes, std::vector<T>* out, ReadOne readOne) {
+    out->clear();
+    if (!Fits(count, minBytes)) return false;
+    for (int64_t i = 0; i < count; ++i) {
+      if (!Charge(1, sizeof(T)) || !readOne(&out->emplace_back())) return false;
+    }
+    return true;
+  }
+  // An Int32 count followed by that many records.
+  template <class T, class ReadOne>
+  bool ReadList(int64_t minBytes, std::vector<T>* out, ReadOne readOne) {
+    int64_t count = 0;
+    return ReadCount(&count) && ReadEach(count, minBytes, out, readOne);
+  }
+
+  AcDbDwgFiler* filer;
+  const CRDDwgFiler* memory;
+  int64_t memoryLeft;
+};
+
 bool CModel::WriteModelData(const DataModel* model, AcDbDwgFiler* filer) {
+  if (model == nullptr || filer == nullptr) return false;
+  try {
+    Footprint footprint;
+    footprint.Add(*model, 0);
+    if (!footprint.Accepted()) {
+      filer->setFilerStatus(Acad::eInvalidInput);
+      return false;
+    }
+    return WriteModel(model, filer);
+  } catch (const std::exception&) {
+    return false;
+  }
+}
+
+bool CModel::WriteModel(const DataModel* model, AcDbDwgFiler* filer) {
   filer->writeString(kFormatTag);
   filer->writeInt16(kFormatVersion);
   filer->writeString(model->name.c_str());
@@ -109,7 +241,7 @@ bool CModel::WriteModelData(const DataModel* model, AcDbDwgFiler* filer) {
   for (const DataBatchHuge& batch : model->hugeBatches) WriteDataBatchHuge(batch, filer);
   WriteDataBinExtenion(model->extension, filer);
   filer->writeInt32(static_cast<int32_t>(model->children.size()));
-  for (const DataModel& child : model->children) WriteModelData(&child, filer);
+  for (const DataModel& child : model->children) WriteModel(&child, filer);
   return filer->filerStatus() == Acad::eOk;
 }
 
@@ -146,119 +278,135 @@ void CModel::WriteDataBinExtenion(const DataBinExtention& ext, AcDbDwgFiler* fil
 }
 
 bool CModel::ReadModelData(DataModel* model, AcDbDwgFiler* filer) {
-  return ReadModel(model, filer, 0);
+  if (model == nullptr || filer == nullptr) return false;
+  try {
+    ReadState in(filer);
+    return ReadModel(model, in, 0);
+  } catch (const std::exception&) {
+    return false;
+  }
 }
 
-bool CModel::ReadModel(DataModel* model, AcDbDwgFiler* filer, int depth) {
+bool CModel::ReadModel(DataModel* model, ReadState& in, int depth) {
   if (depth > kMaxDepth) return false;
   std::wstring first;
-  if (!ReadText(filer, &first)) return false;
+  if (!in.ReadText(&first)) return false;
   int16_t version = 1;
   if (first == kFormatTag) {
-    if (filer->readInt16(&version) != Acad::eOk || !ReadText(filer, &model->name)) return false;
+    if (in.filer->readInt16(&version) != Acad::eOk || !in.ReadText(&model->name)) return false;
   } else {
-    model->name = first;  // written before the tag existed
+    model->name.swap(first);  // written before the tag existed
   }
-  filer->readBool(&model->flag);
-  filer->readBytes(&model->value, 4);
-  if (!ReadArray(filer, &model->records)) return false;
-  int32_t count = 0;
-  if (filer->readInt32(&count) != Acad::eOk || !Fits(filer, count, 12)) return false;
-  if (!ReadEach(count, &model->batches, [&](DataBatch* b) { return ReadDataBatch(b, filer); })) {
+  in.filer->readBool(&model->flag);
+  in.filer->readBytes(&model->value, 4);
+  if (!in.ReadArray(&model->records) ||
+      !in.ReadList(kMinBatchBytes, &model->batches,
+                   [&](DataBatch* batch) { return ReadDataBatch(batch, in); })) {
     return false;
   }
   if (version >= 2) {
-    if (filer->readInt32(&count) != Acad::eOk || !Fits(filer, count, 24)) return false;
-    if (!ReadEach(count, &model->hugeBatches,
-                  [&](DataBatchHuge* b) { return ReadDataBatchHuge(b, filer); })) {
+    if (!in.ReadList(kMinHugeBatchBytes, &model->hugeBatches,
+                     [&](DataBatchHuge* batch) { return ReadDataBatchHuge(batch, in); }) ||
+        !ReadDataBinExtenion(&model->extension, in, 0)) {
       return false;
     }
-    if (!ReadDataBinExtenion(&model->extension, filer, depth)) return false;
   }
-  if (filer->readInt32(&count) != Acad::eOk || !Fits(filer, count, 4)) return false;
-  model->children.clear();
-  for (int32_t i = 0; i < count; ++i) {
-    DataModel& child = model->children.emplace_back();
-    child.name = DefaultChildName();
-    if (!ReadModel(&child, filer, depth + 1)) return false;
-  }
-  return filer->filerStatus() == Acad::eOk;
+  const auto readChild = [&](DataModel* child) {
+    child->name = DefaultChildName();
+    return ReadModel(child, in, depth + 1);
+  };
+  return in.ReadList(kMinModelBytes, &model->children, readChild) &&
+         in.filer->filerStatus() == Acad::eOk;
 }
 
-bool CModel::ReadDataBatch(DataBatch* batch, AcDbDwgFiler* filer) {
-  return filer->readBytes(&batch->value, 4) == Acad::eOk && ReadArray(filer, &batch->vertices) &&
-         ReadArray(filer, &batch->triangles);
+bool CModel::ReadDataBatch(DataBatch* batch, ReadState& in) {
+  return in.filer->readBytes(&batch->value, 4) == Acad::eOk && in.ReadArray(&batch->vertices) &&
+         in.ReadArray(&batch->triangles);
 }
 
-bool CModel::ReadDataBatchHuge(DataBatchHuge* batch, AcDbDwgFiler* filer) {
-  if (filer->readBytes(&batch->value, 4) != Acad::eOk ||
-      filer->readUInt32(&batch->first) != Acad::eOk ||
-      filer->readUInt32(&batch->second) != Acad::eOk) {
+bool CModel::ReadDataBatchHuge(DataBatchHuge* batch, ReadState& in) {
+  if (in.filer->readBytes(&batch->value, 4) != Acad::eOk ||
+      in.filer->readUInt32(&batch->first) != Acad::eOk ||
+      in.filer->readUInt32(&batch->second) != Acad::eOk) {
     return false;
   }
-  int32_t count = 0;
-  if (filer->readInt32(&count) != Acad::eOk || !Fits(filer, count, 4)) return false;
-  const auto readChunk = [&](auto* chunk) { return ReadArray(filer, chunk); };
-  if (!ReadEach(count, &batch->vertexChunks, readChunk)) return false;
-  if (filer->readInt32(&count) != Acad::eOk || !Fits(filer, count, 4)) return false;
-  return ReadEach(count, &batch->triangleChunks, readChunk);
+  const auto readChunk = [&](auto* chunk) { return in.ReadArray(chunk); };
+  return in.ReadList(kMinChunkBytes, &batch->vertexChunks, readChunk) &&
+         in.ReadList(kMinChunkBytes, &batch->triangleChunks, readChunk);
 }
 
-bool CModel::ReadDataBinExtenion(DataBinExtention* ext, AcDbDwgFiler* filer, int depth) {
+bool CModel::ReadDataBinExtenion(DataBinExtention* ext, ReadState& in, int depth) {
   if (depth > kMaxDepth) return false;
   bool empty = false;
-  if (filer->readBool(&empty) != Acad::eOk) return false;
+  if (in.filer->readBool(&empty) != Acad::eOk) return false;
   *ext = DataBinExtention();
   if (empty) return true;
-  if (filer->readBytes(&ext->id, sizeof(ext->id)) != Acad::eOk ||
-      !ReadText(filer, &ext->typeName) || !ReadText(filer, &ext->subTypeName) ||
-      filer->readUInt32(&ext->value) != Acad::eOk) {
+  if (in.filer->readBytes(&ext->id, sizeof(ext->id)) != Acad::eOk || !in.ReadText(&ext->typeName) ||
+      !in.ReadText(&ext->subTypeName) || in.filer->readUInt32(&ext->value) != Acad::eOk) {
     return false;
   }
   uint32_t blocks = 0;
-  if (filer->readUInt32(&blocks) != Acad::eOk || !Fits(filer, blocks, 4)) return false;
   const auto readBlock = [&](std::vector<unsigned char>* block) {
     uint32_t length = 0;
-    return filer->readUInt32(&length) == Acad::eOk && ReadItems(filer, length, block);
+    return in.filer->readUInt32(&length) == Acad::eOk && in.ReadItems(length, block);
   };
-  if (!ReadEach(blocks, &ext->blocks, readBlock)) return false;
-  int32_t children = 0;
-  if (filer->readInt32(&children) != Acad::eOk || !Fits(filer, children, 1)) return false;
-  for (int32_t i = 0; i < children; ++i) {
-    if (!ReadDataBinExtenion(&ext->children.emplace_back(), filer, depth + 1)) return false;
+  if (in.filer->readUInt32(&blocks) != Acad::eOk ||
+      !in.ReadEach(blocks, kMinBlockBytes, &ext->blocks, readBlock)) {
+    return false;
   }
-  return true;
+  return in.ReadList(kMinExtensionBytes, &ext->children, [&](DataBinExtention* child) {
+    return ReadDataBinExtenion(child, in, depth + 1);
+  });
 }
 
 bool CModel::SaveSnapShotSimple(const wchar_t* path, const DataModel* model, int tag) {
-  CRDDwgFiler body;
-  body.writeUInt32(static_cast<uint32_t>(tag));
-  WriteModelData(model, &body);
-  CRDDwgFiler header;
-  header.writeInt32(0);  // the header length, known at the end
-  header.writeInt32(tag);
-  header.writeUInt32(kSnapshotVersion);
-  header.writeString(model->name.c_str());
-  header.writeInt32(body.GetData().length());
-  const int64_t headerLength = header.tell();
-  header.seek(0, 0);
-  header.writeInt32(static_cast<int32_t>(headerLength));
-  std::string bytes(reinterpret_cast<const char*>(header.GetData().asArrayPtr()),
-                    static_cast<size_t>(header.GetData().length()));
-  bytes.append(reinterpret_cast<const char*>(body.GetData().asArrayPtr()),
-               static_cast<size_t>(body.GetData().length()));
-  return kw::Fs().WriteFileAtomic(std::wstring(kw::View(path)), bytes);
+  if (path == nullptr || model == nullptr) return false;
+  try {
+    CRDDwgFiler body;
+    body.writeUInt32(static_cast<uint32_t>(tag));
+    if (!WriteModelData(model, &body)) return false;
+    CRDDwgFiler header;
+    header.writeInt32(0);  // the header length, known at the end
+    header.writeInt32(tag);
+    header.writeUInt32(kSnapshotVersion);
+    header.writeString(model->name.c_str());
+    header.writeInt32(body.GetData().length());
+    const int64_t headerLength = header.tell();
+    header.seek(0, 0);
+    header.writeInt32(static_cast<int32_t>(headerLength));
+    std::string bytes(reinterpret_cast<const char*>(header.GetData().asArrayPtr()),
+                      static_cast<size_t>(header.GetData().length()));
+    bytes.append(reinterpret_cast<const char*>(body.GetData().asArrayPtr()),
+                 static_cast<size_t>(body.GetData().length()));
+    return kw::Fs().WriteFileAtomic(std::wstring(path), bytes);
+  } catch (const std::exception&) {
+    return false;
+  }
 }
 
 bool CModel::LoadSnapShotSimple(const wchar_t* path, DataModel* model, int maxTag) {
-  std::string bytes;
-  if (path == nullptr || !kw::Fs().ReadFile(path, &bytes, kMaxSnapshotBytes)) return false;
+  if (path == nullptr || model == nullptr) return false;
+  try {
+    std::string bytes;
+    if (!kw::Fs().ReadFile(path, &bytes, kMaxSnapshotBytes)) return false;
+    DataModel loaded;
+    if (!ReadSnapshot(bytes, maxTag, &loaded)) return false;
+    *model = std::move(loaded);
+    return true;
+  } catch (const std::exception&) {
+    return false;
+  }
+}
+
+// The header is its length, the tag, (for tags above 1) the version and name, and the body
+// length as its last field; the body is the tag again and the model.
+bool CModel::ReadSnapshot(const std::string& bytes, int maxTag, DataModel* model) {
   int32_t headerLength = 0;
   if (bytes.size() < 4) return false;
   std::memcpy(&headerLength, bytes.data(), 4);
-  if (headerLength < 4 || static_cast<uint64_t>(headerLength) > bytes.size()) return false;
+  if (headerLength < 12 || static_cast<uint64_t>(headerLength) > bytes.size()) return false;
   CRDDwgFiler header;
-  header.SetData(bytes.data() + 4, headerLength - 4);
+  if (!header.SetData(bytes.data() + 4, headerLength - 8)) return false;
   int32_t tag = 0;
   if (header.readInt32(&tag) != Acad::eOk || tag > maxTag) return false;
   if (tag > 1) {
@@ -268,20 +416,27 @@ bool CModel::LoadSnapShotSimple(const wchar_t* path, DataModel* model, int maxTa
     if (header.readString(name) != Acad::eOk) return false;
   }
   int32_t bodyLength = 0;
-  if (header.readInt32(&bodyLength) != Acad::eOk || bodyLength < 0 ||
-      static_cast<uint64_t>(bodyLength) > bytes.size() - headerLength) {
+  std::memcpy(&bodyLength, bytes.data() + headerLength - 4, 4);
+  if (bodyLength < 0 || static_cast<uint64_t>(bodyLength) > bytes.size() - headerLength) {
     return false;
   }
   CRDDwgFiler body;
-  body.SetData(bytes.data() + headerLength, bodyLength);
   uint32_t bodyTag = 0;
-  DataModel loaded;
-  if (body.readUInt32(&bodyTag) != Acad::eOk || !ReadModelData(&loaded, &body)) return false;
-  *model = std::move(loaded);
-  return true;
+  return body.SetData(bytes.data() + headerLength, bodyLength) &&
+         body.readUInt32(&bodyTag) == Acad::eOk && ReadModelData(model, &body);
 }
 
 bool CAxisModelTool::Create(const AcGePoint3dArray& points, double width, DataModel* model) {
+  if (model == nullptr) return false;
+  try {
+    Fill(points, width, model);
+    return true;
+  } catch (const std::exception&) {
+    return false;
+  }
+}
+
+void CAxisModelTool::Fill(const AcGePoint3dArray& points, double width, DataModel* model) {
   model->name = GetTexDirectionNodeTypeName();
   DataBinExtention& ext = model->extension;
   CoCreateGuid(&ext.id);
@@ -295,7 +450,6 @@ bool CAxisModelTool::Create(const AcGePoint3dArray& points, double width, DataMo
   if (count > 0)
     std::memcpy(block.data() + 12, points.asArrayPtr(), 24 * static_cast<size_t>(count));
   ext.blocks.push_back(std::move(block));
-  return true;
 }
 
 std::wstring CAxisModelTool::GetTexDirectionNodeTypeName() {

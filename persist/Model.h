@@ -62,9 +62,11 @@ struct DataBinExtention {
   std::vector<std::vector<unsigned char>> blocks;
   std::vector<DataBinExtention> children;
   bool operator==(const DataBinExtention&) const = default;
-  // No names and no lists: written as a single Bool true.
+  // Holds nothing (null id, no names, value 0, no lists): written as a single Bool true, which
+  // reads back as this same empty extension.
   bool IsEmpty() const {
-    return typeName.empty() && subTypeName.empty() && blocks.empty() && children.empty();
+    return id == GUID_NULL && typeName.empty() && subTypeName.empty() && value == 0 &&
+           blocks.empty() && children.empty();
   }
 };
 
@@ -85,9 +87,17 @@ struct DataModel {
 // Reading and writing models. All operations are static; a CModel value holds nothing of its
 // own (IsEmpty is always true) and exists for callers that keep one by value.
 //
-// Readers treat the bytes as untrusted: a count that the remaining bytes cannot hold, a
-// negative count or a tree deeper than 256 levels fails the read before anything is allocated
-// for it. A failed read returns false and may leave the model partly filled.
+// Readers treat the bytes as untrusted: a count that the remaining bytes cannot hold (at the
+// smallest encoded size of one element), a negative count or a tree deeper than 256 levels fails
+// the read before anything is allocated for it, and a read whose model would take more than
+// 16 bytes of memory per byte of input plus 1 MiB fails as soon as it gets there. A failed read
+// returns false and may leave the model partly filled. No exception leaves these functions: a
+// failed allocation is a false result.
+//
+// The writer accepts exactly what the reader gives back equal: it refuses (false, filer status
+// eInvalidInput, nothing written) a model whose texts hold a zero or a character that is not a
+// Unicode scalar value, whose model or extension tree is deeper than 256 levels, whose counts
+// do not fit the format, or that would take more memory than the reader allows for its bytes.
 class CModel {
  public:
   CModel() = default;
@@ -95,32 +105,36 @@ class CModel {
   CModel& operator=(const CModel&) = default;
   bool IsEmpty() const { return true; }
 
-  // Writes the model with the "KWMDNEW" tag and format version 2. Writers don't fail by
-  // themselves: the result is whether the filer's status is eOk afterwards.
+  // Writes the model with the "KWMDNEW" tag and format version 2. The result is whether the
+  // filer's status is eOk afterwards (a refused model sets eInvalidInput).
   static bool WriteModelData(const KWModel3DView::DataModel* model, AcDbDwgFiler* filer);
   // Reads a version-2 model, or a version-1 model (no tag, no huge batches, no extension).
   // Children are first named "model_<tick><random>" in hexadecimal, which the name stored in the
   // file replaces.
   static bool ReadModelData(KWModel3DView::DataModel* model, AcDbDwgFiler* filer);
 
-  // Saves header and body (the tag, then the model) atomically; false when the file can't be
-  // written.
+  // Saves header and body (the tag, then the model) atomically; false when the model is refused
+  // or the file can't be written.
   static bool SaveSnapShotSimple(const wchar_t* path, const KWModel3DView::DataModel* model,
                                  int tag);
   // Loads a snapshot whose tag is at most maxTag. False (model untouched) for an unreadable
   // file, a tag above maxTag, a tagged header whose version isn't 2, or lengths the file can't
-  // hold; false too when the body does not read as a model.
+  // hold; false too when the body does not read as a model. The body length is the header's
+  // last field, so headers of tag 0 or 1 read with or without the version and name.
   static bool LoadSnapShotSimple(const wchar_t* path, KWModel3DView::DataModel* model, int maxTag);
 
  private:
   static void WriteDataBatch(const KWModel3DView::DataBatch& batch, AcDbDwgFiler* filer);
   static void WriteDataBatchHuge(const KWModel3DView::DataBatchHuge& batch, AcDbDwgFiler* filer);
   static void WriteDataBinExtenion(const KWModel3DView::DataBinExtention& ext, AcDbDwgFiler* filer);
-  static bool ReadModel(KWModel3DView::DataModel* model, AcDbDwgFiler* filer, int depth);
-  static bool ReadDataBatch(KWModel3DView::DataBatch* batch, AcDbDwgFiler* filer);
-  static bool ReadDataBatchHuge(KWModel3DView::DataBatchHuge* batch, AcDbDwgFiler* filer);
-  static bool ReadDataBinExtenion(KWModel3DView::DataBinExtention* ext, AcDbDwgFiler* filer,
-                                  int depth);
+  // The filer being read and the memory the rest of the read may still take.
+  struct ReadState;
+  static bool WriteModel(const KWModel3DView::DataModel* model, AcDbDwgFiler* filer);
+  static bool ReadModel(KWModel3DView::DataModel* model, ReadState& in, int depth);
+  static bool ReadDataBatch(KWModel3DView::DataBatch* batch, ReadState& in);
+  static bool ReadDataBatchHuge(KWModel3DView::DataBatchHuge* batch, ReadState& in);
+  static bool ReadDataBinExtenion(KWModel3DView::DataBinExtention* ext, ReadState& in, int depth);
+  static bool ReadSnapshot(const std::string& bytes, int maxTag, KWModel3DView::DataModel* model);
 };
 
 // Builds the texture-direction axis of a road as a model whose extension carries the points.
@@ -132,6 +146,9 @@ class CAxisModelTool {
   static bool Create(const AcGePoint3dArray& points, double width, KWModel3DView::DataModel* model);
   static std::wstring GetTexDirectionNodeTypeName();            // "定向模型"
   static std::wstring GetTexDirectionNode_DirectionTypeName();  // "纹理伸展轴线"
+
+ private:
+  static void Fill(const AcGePoint3dArray& points, double width, KWModel3DView::DataModel* model);
 };
 
 #endif  // KW_PERSIST_MODEL_H_

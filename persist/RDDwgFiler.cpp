@@ -14,44 +14,6 @@ namespace {
 
 constexpr int64_t kMaxDataSize = INT_MAX;
 
-// Decodes `bytes` UTF-16LE bytes (an odd last byte is ignored) into out, which has room for
-// bytes / 2 + 1 characters; a lone surrogate becomes U+FFFD. Returns the characters stored,
-// terminator not counted.
-size_t DecodeUtf16LE(const unsigned char* in, size_t bytes, wchar_t* out) {
-  const size_t units = bytes / 2;
-  size_t n = 0;
-  for (size_t i = 0; i < units; ++i) {
-    const char32_t u = in[2 * i] | (in[2 * i + 1] << 8);
-    if (u >= 0xD800 && u <= 0xDBFF && i + 1 < units) {
-      const char32_t low = in[2 * i + 2] | (in[2 * i + 3] << 8);
-      if (low >= 0xDC00 && low <= 0xDFFF) {
-        out[n++] = static_cast<wchar_t>(0x10000 + ((u - 0xD800) << 10) + (low - 0xDC00));
-        ++i;
-        continue;
-      }
-    }
-    const bool lone = u >= 0xD800 && u <= 0xDFFF;
-    out[n++] = lone ? kw::kReplacementChar : static_cast<wchar_t>(u);
-  }
-  out[n] = L'\0';
-  return n;
-}
-
-// Decodes `units` UTF-16LE units that are all in U+0001..U+D7FF (the common case: one
-// character per unit, no pair, no terminator) into out. Returns false, with out partly
-// written, when a unit is outside that range; the caller then takes DecodeUtf16LE.
-bool DecodePlainUtf16LE(const unsigned char* in, size_t units, wchar_t* out) {
-  uint32_t outside = 0;  // accumulated without branches so that the loop vectorises
-  for (size_t i = 0; i < units; ++i) {
-    uint16_t unit;  // the host is little-endian, as the data is
-    std::memcpy(&unit, in + 2 * i, 2);
-    const uint32_t u = unit;
-    out[i] = static_cast<wchar_t>(u);
-    outside |= u - 1u >= 0xD7FFu ? 1u : 0u;
-  }
-  return outside == 0;
-}
-
 // Narrow text in the system code page, cut at its first zero byte as a C string would be.
 std::wstring DecodeAnsi(const unsigned char* in, size_t bytes) {
   std::string_view text(reinterpret_cast<const char*>(in), bytes);
@@ -200,15 +162,17 @@ Acad::ErrorStatus CRDDwgFiler::readString(wchar_t** value) {
   bool wide = false;
   if (Acad::ErrorStatus es = ReadStringHeader(&bytes, &count, &wide); es != Acad::eOk) return es;
   if (count > 0 && wide) {
-    const size_t units = count / 2;
+    const size_t units = count / 2;  // an odd last byte is ignored
     acutNewBuffer(*value, units + 1);
-    if (*value != nullptr && !DecodePlainUtf16LE(bytes, units, *value)) {
-      DecodeUtf16LE(bytes, count, *value);
-    }
+    if (*value != nullptr) (*value)[kw::FromUtf16LEInto(bytes, units, *value)] = L'\0';
   } else {
-    const std::wstring text = DecodeAnsi(bytes, count);
-    acutNewBuffer(*value, text.size() + 1);
-    if (*value != nullptr) std::copy(text.begin(), text.end(), *value);
+    try {
+      const std::wstring text = DecodeAnsi(bytes, count);
+      acutNewBuffer(*value, text.size() + 1);
+      if (*value != nullptr) std::copy(text.begin(), text.end(), *value);
+    } catch (const std::bad_alloc&) {
+      *value = nullptr;
+    }
   }
   if (*value == nullptr) return Acad::eOutOfMemory;
   m_position += count;
@@ -216,26 +180,38 @@ Acad::ErrorStatus CRDDwgFiler::readString(wchar_t** value) {
 }
 
 // Decodes straight into the string instead of going through a temporary buffer; the result is
-// the same text, cut at its first zero character as the buffer form would be.
+// the same text, cut at its first zero character as the buffer form would be. Memory running out
+// leaves the string empty and the position before the record's text.
 Acad::ErrorStatus CRDDwgFiler::readString(AcString& value) {
   std::wstring& text = value.setEmpty().str();
   const unsigned char* bytes = nullptr;
   uint32_t count = 0;
   bool wide = false;
   if (Acad::ErrorStatus es = ReadStringHeader(&bytes, &count, &wide); es != Acad::eOk) return es;
+  try {
+    DecodeInto(bytes, count, wide, &text);
+  } catch (const std::bad_alloc&) {
+    text.clear();
+    return Acad::eOutOfMemory;
+  }
   m_position += count;
-  if (count == 0) return Acad::eOk;
+  return Acad::eOk;
+}
+
+void CRDDwgFiler::DecodeInto(const unsigned char* bytes, uint32_t count, bool wide,
+                             std::wstring* out) {
+  std::wstring& text = *out;
+  if (count == 0) return;
   if (wide) {
-    const size_t units = count / 2;
+    const size_t units = count / 2;  // an odd last byte is ignored
     text.resize(units);
-    if (DecodePlainUtf16LE(bytes, units, text.data())) return Acad::eOk;
-    text.resize(units + 1);
-    text.resize(DecodeUtf16LE(bytes, count, text.data()));
+    // Plain text holds no zero, so it needs no cut below.
+    if (kw::CopyPlainFromUtf16LE(bytes, units, text.data())) return;
+    text.resize(kw::FromUtf16LEInto(bytes, units, text.data()));
   } else {
     text = DecodeAnsi(bytes, count);
   }
   text.resize(std::wcslen(text.c_str()));
-  return Acad::eOk;
 }
 
 Acad::ErrorStatus CRDDwgFiler::writeString(const wchar_t* value) {
@@ -259,13 +235,9 @@ Acad::ErrorStatus CRDDwgFiler::writeString(const wchar_t* value) {
   if (count == 0) return Acad::eOk;
   out[4] = 1;  // UTF-16LE
   if (outside == 0) {
-    for (size_t i = 0; i < units; ++i) {
-      const uint16_t unit = static_cast<uint16_t>(text[i]);
-      std::memcpy(out + 5 + 2 * i, &unit, 2);
-    }
+    kw::CopyPlainUtf16LE(text, out + 5);
   } else {
-    const std::string bytes = kw::ToUtf16LEBytes(text);
-    std::memcpy(out + 5, bytes.data(), count);
+    kw::ToUtf16LEInto(text, out + 5, units);
   }
   return Acad::eOk;
 }
@@ -428,8 +400,7 @@ unsigned char* CRDDwgFiler::Reserve(uint64_t n, Acad::ErrorStatus* es) {
     const int64_t capacity = m_data.physicalLength();
     try {
       if (end > capacity) {
-        const int64_t step =
-            std::max<int64_t>(m_data.growLength(), std::min<int64_t>(capacity, 65536));
+        const int64_t step = m_data.growthStep(static_cast<int>(capacity));
         m_data.setPhysicalLength(
             static_cast<int>(std::min(std::max(end, capacity + step), kMaxDataSize)));
       }

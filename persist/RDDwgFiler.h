@@ -10,6 +10,7 @@
 
 #include <cstdint>
 #include <cstring>
+#include <string>
 
 #include "host/api/array.h"
 #include "host/api/dbfiler.h"
@@ -187,6 +188,8 @@ class CRDDwgFiler : public AcDbDwgFiler {
   // Checks a string record's count and flag and moves past them: *bytes then points at the
   // *count text bytes, which the caller decodes before moving past them.
   Acad::ErrorStatus ReadStringHeader(const unsigned char** bytes, uint32_t* count, bool* wide);
+  // The record's text into *out (which is empty), cut at its first zero character.
+  static void DecodeInto(const unsigned char* bytes, uint32_t count, bool wide, std::wstring* out);
   Acad::ErrorStatus ReadDoubles(double* const* components, int n);
   Acad::ErrorStatus WriteDoubles(const double* values, int n);
   Acad::ErrorStatus NotImplemented(const wchar_t* line) const;

@@ -1,7 +1,10 @@
 #include "persist/RoadObjectBin.h"
 
+#include <algorithm>
 #include <climits>
 #include <map>
+#include <memory>
+#include <new>
 #include <string_view>
 #include <utility>
 
@@ -61,9 +64,14 @@ const CRoadObject& CRoadObjectBin::operator=(const CRoadObject& other) {
 
 bool CRoadObjectBin::Save(void*& data, int& size) const {
   CRDDwgFiler filer;
-  if (!SaveFiler(filer)) return false;
+  try {
+    if (!SaveFiler(filer)) return false;
+  } catch (const std::bad_alloc&) {
+    return false;
+  }
   const RDByteArray& bytes = filer.GetData();
-  auto* copy = new unsigned char[static_cast<size_t>(bytes.length())];
+  auto* copy = new (std::nothrow) unsigned char[static_cast<size_t>(bytes.length())];
+  if (copy == nullptr) return false;
   std::memcpy(copy, bytes.asArrayPtr(), static_cast<size_t>(bytes.length()));
   data = copy;
   size = bytes.length();
@@ -73,7 +81,11 @@ bool CRoadObjectBin::Save(void*& data, int& size) const {
 bool CRoadObjectBin::Load(void* data, int size, std::wstring& error) {
   CRDDwgFiler filer;
   if (!filer.SetData(data, size)) return false;
-  return LoadFiler(filer, error);
+  try {
+    return LoadFiler(filer, error);
+  } catch (const std::bad_alloc&) {
+    return false;
+  }
 }
 
 std::wstring CRoadObjectBin::FileTitle() const {
@@ -122,6 +134,14 @@ CRoadObjectBin* CRoadObjectBinManager::BinItem(int index) const {
 
 bool CRoadObjectBinManager::LoadAll(std::vector<std::wstring>& errors) {
   Reset();
+  try {
+    return LoadFolder(errors);
+  } catch (const std::bad_alloc&) {
+    return false;
+  }
+}
+
+bool CRoadObjectBinManager::LoadFolder(std::vector<std::wstring>& errors) {
   const std::wstring folder = FilePath();
   const std::wstring ext = FileExt();
   std::vector<std::wstring> names;
@@ -136,6 +156,7 @@ bool CRoadObjectBinManager::LoadAll(std::vector<std::wstring>& errors) {
     std::wstring error;
     CRoadObjectBin* object = LoadRoadObject(path.c_str(), error);
     if (object != nullptr) {
+      KeepTitleOnlyForItsFile(object, path);
       const auto [at, isNew] = byId.try_emplace(object->ID(), Count());
       if (isNew) {
         Add(object);
@@ -156,17 +177,26 @@ bool CRoadObjectBinManager::LoadAll(std::vector<std::wstring>& errors) {
 
 CRoadObjectBin* CRoadObjectBinManager::Load(const wchar_t* path, std::wstring& error,
                                             bool bReplace) {
-  CRoadObjectBin* object = LoadRoadObject(path, error);
+  std::unique_ptr<CRoadObjectBin> object(LoadRoadObject(path, error));
   if (object == nullptr) return nullptr;
-  const int index = Find(object->ID());
-  if (index >= 0 && bReplace) {
-    delete Item(index);
-    SetAt(index, object);
-    return object;
+  try {
+    KeepTitleOnlyForItsFile(object.get(), kw::View(path));
+    const int index = Find(object->ID());
+    if (index >= 0 && bReplace) {
+      delete Item(index);
+      SetAt(index, object.get());
+      return object.release();
+    }
+    if (index >= 0) {
+      // A copy of an object already in the list: the file is the original's, the copy has none.
+      object->CreateGUID();
+      object->SetFileTitle(L"");
+    }
+    Add(object.get());
+    return object.release();
+  } catch (const std::bad_alloc&) {
+    return nullptr;
   }
-  if (index >= 0) object->CreateGUID();  // a copy of an object already in the list
-  Add(object);
-  return object;
 }
 
 bool CRoadObjectBinManager::SaveAll() {
@@ -196,16 +226,48 @@ bool CRoadObjectBinManager::Save(const GUID& id) {
 bool CRoadObjectBinManager::Save(int index) {
   CRoadObjectBin* object = BinItem(index);
   if (object == nullptr || !IsPlainFileName(object->Name())) return false;
-  kw::Fs().CreateDirectories(FilePath());
-  const std::wstring title =
-      kw::FormatW(L"%s%s", object->Name().c_str(), KWRDPub::GUIDToStr(object->ID()).c_str());
-  return SaveRoadObject(FileFullPath(title.c_str()).c_str(), object);
+  try {
+    kw::Fs().CreateDirectories(FilePath());
+    const std::wstring title =
+        kw::FormatW(L"%s%s", object->Name().c_str(), KWRDPub::GUIDToStr(object->ID()).c_str());
+    return SaveRoadObject(FileFullPath(title.c_str()).c_str(), object);
+  } catch (const std::bad_alloc&) {
+    return false;
+  }
 }
 
 std::wstring CRoadObjectBinManager::FileFullPath(const wchar_t* fileTitle) const {
-  const std::wstring folder = FilePath();
-  kw::Fs().CreateDirectories(folder);
-  return kw::JoinPath(folder, std::wstring(kw::View(fileTitle)) + FileExt());
+  kw::Fs().CreateDirectories(FilePath());
+  return PathOfTitle(kw::View(fileTitle));
+}
+
+std::wstring CRoadObjectBinManager::PathOfTitle(std::wstring_view title) const {
+  return kw::JoinPath(FilePath(), std::wstring(title) + FileExt());
+}
+
+// A title that does not lead back to the file the object came from (a file outside the folder,
+// or an extension in another case) would make a save or a removal touch some other file.
+void CRoadObjectBinManager::KeepTitleOnlyForItsFile(CRoadObjectBin* object,
+                                                    std::wstring_view path) const {
+  if (PathOfTitle(object->FileTitle()) != path) object->SetFileTitle(L"");
+}
+
+// Titles that differ only in case name one file on a file system that ignores case, where
+// removing the old name would remove the file just written: the old file goes only when the
+// folder lists both names.
+void CRoadObjectBinManager::RemoveReplacedFile(const std::wstring& oldTitle,
+                                               const std::wstring& newTitle) const {
+  const std::wstring oldPath = FileFullPath(oldTitle.c_str());
+  if (!kw::FileExists(oldPath)) return;
+  if (kw::EqualsNoCase(oldTitle, newTitle)) {
+    std::vector<std::wstring> names;
+    kw::Fs().ListFiles(FilePath(), &names);
+    const auto listed = [&](const std::wstring& title) {
+      return std::find(names.begin(), names.end(), title + FileExt()) != names.end();
+    };
+    if (!listed(oldTitle) || !listed(newTitle)) return;
+  }
+  kw::Fs().RemoveFile(oldPath);
 }
 
 std::wstring CRoadObjectBinManager::FilePath() const {
@@ -227,21 +289,23 @@ bool CRoadObjectBinManager::SaveRoadObject(const wchar_t* path, CRoadObjectBin* 
   if (!written) return false;
   // The old file goes only once the new one is safely in place.
   const std::wstring oldTitle = object->FileTitle();
-  if (!oldTitle.empty() && !kw::EqualsNoCase(oldTitle, newTitle)) {
-    const std::wstring oldPath = FileFullPath(oldTitle.c_str());
-    if (kw::FileExists(oldPath)) kw::Fs().RemoveFile(oldPath);
-  }
+  if (!oldTitle.empty() && oldTitle != newTitle) RemoveReplacedFile(oldTitle, newTitle);
   object->SetFileTitle(newTitle.c_str());
   return true;
 }
 
 CRoadObjectBin* CRoadObjectBinManager::LoadRoadObject(const wchar_t* path, std::wstring& error) {
-  const std::wstring title = FileTitleOf(kw::View(path));
-  std::string bytes;
-  if (!kw::Fs().ReadFile(std::wstring(kw::View(path)), &bytes, INT_MAX)) return nullptr;
-  CRoadObjectBin* object = LoadRoadObjectData(bytes.data(), static_cast<int>(bytes.size()), error);
-  if (object != nullptr) object->SetFileTitle(title.c_str());
-  return object;
+  try {
+    const std::wstring title = FileTitleOf(kw::View(path));
+    std::string bytes;
+    if (!kw::Fs().ReadFile(std::wstring(kw::View(path)), &bytes, INT_MAX)) return nullptr;
+    std::unique_ptr<CRoadObjectBin> object(
+        LoadRoadObjectData(bytes.data(), static_cast<int>(bytes.size()), error));
+    if (object != nullptr) object->SetFileTitle(title.c_str());
+    return object.release();
+  } catch (const std::bad_alloc&) {
+    return nullptr;
+  }
 }
 
 bool CRoadObjectBinManager::SaveRoadObjectData(void*& data, int& size, CRoadObjectBin* object) {

@@ -8,6 +8,7 @@
 #define KW_PERSIST_ROADOBJECTBIN_H_
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "persist/RDDwgFiler.h"
@@ -62,13 +63,17 @@ class CRoadObjectBin : public CRoadObject {
 // Name{GUID}FileExt() (the braced upper-case id text right after the name).
 //
 // Invariants:
-//   1. Every object saved or loaded through the manager knows its file title; saving an object
-//      whose name changed writes the file of the new name and then removes the file of the old
-//      one (names compared ignoring case), so a folder holds one file per object.
-//   2. Saves are atomic: a failed save leaves the previous file byte-identical and returns
+//   1. An object's file title follows its own name and id: saving an object whose name changed
+//      (in case alone too) writes the file of the new name and then removes the file of the old
+//      one, so a folder holds one file per object. On a file system that ignores case, a change
+//      of case alone removes nothing (both names are one file there).
+//   2. No two objects share a file: an object keeps the title of the file it was loaded from
+//      only when that title leads back to that file (the file lies in FilePath() under
+//      title + FileExt()), and a copy loaded beside its original has no file until it is saved.
+//   3. Saves are atomic: a failed save leaves the previous file byte-identical and returns
 //      false. A name that could escape the folder (containing "/" or "\\", or equal to "." or
 //      "..") makes Save return false without writing anything.
-//   3. Objects are never saved implicitly, and destroying the manager deletes the objects but
+//   4. Objects are never saved implicitly, and destroying the manager deletes the objects but
 //      no file.
 // The list semantics (ownership, shallow copies) are those of CRoadObjectManager.
 class CRoadObjectBinManager : public CRoadObjectManager {
@@ -87,8 +92,8 @@ class CRoadObjectBinManager : public CRoadObjectManager {
   // in the list. True when every file loaded.
   bool LoadAll(std::vector<std::wstring>& errors);
   // Loads one file. An object whose id is already in the list replaces that object at its
-  // index when bReplace is set; otherwise it gets a fresh id and is appended. Null when the
-  // file can't be read or decoded.
+  // index when bReplace is set; otherwise it gets a fresh id, no file title (the file stays the
+  // original's) and is appended. Null when the file can't be read or decoded.
   CRoadObjectBin* Load(const wchar_t* path, std::wstring& error, bool bReplace);
   // Save(i) for every index, without stopping at a failure; true when all succeeded.
   bool SaveAll();
@@ -117,6 +122,10 @@ class CRoadObjectBinManager : public CRoadObjectManager {
 
  private:
   CRoadObjectBin* BinItem(int index) const;
+  bool LoadFolder(std::vector<std::wstring>& errors);
+  std::wstring PathOfTitle(std::wstring_view title) const;
+  void KeepTitleOnlyForItsFile(CRoadObjectBin* object, std::wstring_view path) const;
+  void RemoveReplacedFile(const std::wstring& oldTitle, const std::wstring& newTitle) const;
 };
 
 }  // namespace KWCommonUtils

@@ -3,9 +3,11 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <map>
+#include <new>
 #include <string>
 #include <vector>
 
@@ -157,15 +159,138 @@ TEST_F(RoadObjectBinTest, RenameAndSaveLeavesOnlyTheNewFile) {
   EXPECT_EQ(Files(), std::vector<std::wstring>{L"B{12345678-9ABC-DEF0-1234-56789ABCDEF0}.lan"});
 }
 
-TEST_F(RoadObjectBinTest, TitleDifferingOnlyInCaseIsNotDeleted) {
+// The folder of a case-blind file system: a name in any case is the one file listed.
+class CaseBlindFs : public kw::FaultyFileSystem {
+ public:
+  CaseBlindFs() : kw::FaultyFileSystem(kw::PosixFs()) {}
+  bool ListFiles(const std::wstring& dir, std::vector<std::wstring>* names) override {
+    kw::FaultyFileSystem::ListFiles(dir, names);
+    names->resize(std::min<size_t>(names->size(), 1));
+    return true;
+  }
+  bool RemoveFile(const std::wstring& path) override {
+    removed.push_back(kw::FileNameOf(path));
+    return kw::FaultyFileSystem::RemoveFile(path);
+  }
+  std::vector<std::wstring> removed;
+};
+
+TEST_F(RoadObjectBinTest, RenamingOnlyTheCaseLeavesOnlyTheNewFile) {
+  {
+    CLaneManager manager(m_folder);
+    CLaneObject* lane = AddLane(manager, L"Bridge", kId);
+    ASSERT_TRUE(manager.Save(0));
+    lane->SetName(L"BRIDGE");
+    lane->m_dWidth = 7;
+    ASSERT_TRUE(manager.Save(0));
+  }
+  EXPECT_EQ(Files(),
+            std::vector<std::wstring>{L"BRIDGE{12345678-9ABC-DEF0-1234-56789ABCDEF0}.lan"});
+  CLaneManager loaded(m_folder);
+  std::vector<std::wstring> errors;
+  ASSERT_TRUE(loaded.LoadAll(errors));
+  ASSERT_EQ(loaded.Count(), 1);
+  EXPECT_EQ(loaded.Lane(0)->Name(), L"BRIDGE");
+  EXPECT_EQ(loaded.Lane(0)->m_dWidth, 7);
+}
+
+TEST_F(RoadObjectBinTest, ACaseBlindFolderKeepsTheFileWhenOnlyTheCaseChanged) {
   CLaneManager manager(m_folder);
   CLaneObject* lane = AddLane(manager, L"A", kId);
   const std::wstring lower = L"a{12345678-9abc-def0-1234-56789abcdef0}";
   Write(lower + L".lan", "old");
   lane->SetFileTitle(lower.c_str());
+  CaseBlindFs fs;
+  kw::ScopedFileSystem scope(&fs);
   ASSERT_TRUE(manager.Save(0));
-  EXPECT_EQ(Read(lower + L".lan"), "old");
+  EXPECT_TRUE(fs.removed.empty());
+}
+
+TEST_F(RoadObjectBinTest, ACopyLoadedBesideItsOriginalNeverTouchesTheOriginalsFile) {
+  CLaneManager writer(m_folder);
+  AddLane(writer, L"Bridge", kId)->m_dWidth = 5;
+  ASSERT_TRUE(writer.Save(0));
+  const std::wstring name = L"Bridge{12345678-9ABC-DEF0-1234-56789ABCDEF0}.lan";
+  const std::string original = Read(name);
+
+  CLaneManager manager(m_folder);
+  std::wstring error;
+  const std::wstring path = m_folder + L"/" + name;
+  ASSERT_NE(manager.Load(path.c_str(), error, false), nullptr);
+  auto* copy = static_cast<CLaneObject*>(manager.Load(path.c_str(), error, false));
+  ASSERT_NE(copy, nullptr);
+  EXPECT_EQ(copy->FileTitle(), L"");
+  copy->m_dWidth = 9;
+  ASSERT_TRUE(manager.Save(1));
   EXPECT_EQ(Files().size(), 2u);
+  EXPECT_EQ(Read(name), original);
+  manager.Remove(1, true, true);
+  EXPECT_EQ(Files(), std::vector<std::wstring>{name});
+  EXPECT_EQ(Read(name), original);
+}
+
+// A file loaded from elsewhere has no file in the folder: saving it never removes the folder's
+// file that happens to bear the same title.
+TEST_F(RoadObjectBinTest, AnObjectLoadedFromOutsideTheFolderHasNoFileInIt) {
+  CLaneManager writer(m_folder);
+  AddLane(writer, L"Other", kOtherId);
+  ASSERT_TRUE(writer.Save(0));
+  const std::wstring title = L"Other{00000001-0002-0003-0405-060708090A0B}";
+  const std::wstring outside = kw::WidePath(m_dir) + L"/" + title + L".lan";
+  CLaneObject stranger;
+  stranger.SetName(L"Stranger");
+  stranger.SetID(kId);
+  void* data = nullptr;
+  int size = 0;
+  ASSERT_TRUE(stranger.Save(data, size));
+  ASSERT_TRUE(kw::Fs().WriteFileAtomic(outside, std::string(static_cast<char*>(data), size)));
+  delete[] static_cast<unsigned char*>(data);
+
+  CLaneManager manager(m_folder);
+  std::wstring error;
+  CRoadObjectBin* loaded = manager.Load(outside.c_str(), error, true);
+  ASSERT_NE(loaded, nullptr);
+  EXPECT_EQ(static_cast<CLaneObject*>(loaded)->FileTitle(), L"");
+  ASSERT_TRUE(manager.Save(0));
+  EXPECT_EQ(Files(), (std::vector<std::wstring>{
+                         title + L".lan", L"Stranger{12345678-9ABC-DEF0-1234-56789ABCDEF0}.lan"}));
+}
+
+// Objects whose own fields run out of memory while they load or save.
+class CStarvingLane : public CLaneObject {
+ protected:
+  bool SaveFiler(CRDDwgFiler&) const override { throw std::bad_alloc(); }
+  bool LoadFiler(CRDDwgFiler&, std::wstring&) override { throw std::bad_alloc(); }
+};
+
+class CStarvingManager : public CLaneManager {
+ public:
+  using CLaneManager::CLaneManager;
+
+ protected:
+  CRoadObjectBin* LoadRoadObjectData(void* data, int size, std::wstring& error) override {
+    auto* lane = new CStarvingLane;
+    if (lane->Load(data, size, error)) return lane;
+    delete lane;
+    throw std::bad_alloc();
+  }
+};
+
+TEST_F(RoadObjectBinTest, RunningOutOfMemoryIsAFailedLoadOrSave) {
+  CLaneManager writer(m_folder);
+  AddLane(writer, L"A", kId);
+  ASSERT_TRUE(writer.Save(0));
+  CStarvingManager manager(m_folder);
+  std::vector<std::wstring> errors;
+  EXPECT_FALSE(manager.LoadAll(errors));
+  std::wstring error;
+  EXPECT_EQ(manager.Load((m_folder + L"/" + Files()[0]).c_str(), error, true), nullptr);
+  EXPECT_EQ(manager.Count(), 0);
+  auto* lane = new CStarvingLane;
+  lane->SetName(L"B");
+  manager.Add(lane);
+  EXPECT_FALSE(manager.Save(0));
+  EXPECT_EQ(Files().size(), 1u);
 }
 
 TEST_F(RoadObjectBinTest, UnsafeNamesAreRefusedAndWriteNothing) {

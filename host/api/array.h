@@ -184,6 +184,13 @@ class AcArray {
     mLogicalLen = keep;
     return *this;
   }
+  // Not in the platform's array: the growth rule, for code that grows the storage itself (the
+  // memory filer): an array of `length` elements that is full grows by the larger of the grow
+  // length and the smaller of `length` and 64 KiB worth of elements.
+  int growthStep(int length) const {
+    const int threshold = std::max(ACARRAY_GROWTH_THRESHOLD / static_cast<int>(sizeof(T)), 1);
+    return std::max(std::min(length, threshold), mGrowLen);
+  }
   AcArray& setGrowLength(int n) {
     if (n > 0) mGrowLen = n;
     return *this;
@@ -232,11 +239,7 @@ class AcArray {
     mLogicalLen = std::min(mLogicalLen, n);
     return *this;
   }
-  void grow() {
-    const int threshold = ACARRAY_GROWTH_THRESHOLD / static_cast<int>(sizeof(T));
-    const int growth = std::min(mLogicalLen, std::max(threshold, 1));
-    setPhysicalLength(mLogicalLen + std::max(growth, mGrowLen));
-  }
+  void grow() { setPhysicalLength(mLogicalLen + growthStep(mLogicalLen)); }
   void moveElements(T* to, int count) {
     if (count <= 0) return;
     if constexpr (std::is_trivially_copyable_v<T>) {
