@@ -44,6 +44,7 @@ void Follower::ReportGap() {
 void Follower::Line(std::u16string_view text, size_t start) {
   ReportGap();
   m_sink.Line(text);
+  ++m_linesRead;
   m_lastStart = start;
   m_lastLine.assign(text);
   m_cursor = start + text.size() + 1;

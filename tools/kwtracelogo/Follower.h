@@ -46,6 +46,8 @@ class Follower : private LineVisitor {
   void Finish();
   // The host closed its end of the channel: its trace log has ended.
   bool ChannelClosed() const { return m_channelClosed; }
+  // Lines handed on so far.
+  size_t LinesRead() const { return m_linesRead; }
 
  private:
   void Line(std::u16string_view text, size_t start) override;
@@ -63,6 +65,7 @@ class Follower : private LineVisitor {
   size_t m_lastStart = 0;
   std::u16string m_lastLine;
   bool m_gap = false;
+  size_t m_linesRead = 0;
   unsigned char m_record[4] = {};
   size_t m_recordBytes = 0;
 };

@@ -14,6 +14,7 @@
 #include <string>
 #include <vector>
 
+#include "common/encoding.h"
 #include "tools/kwtracelogo/TerminalText.h"
 
 namespace kwtracelogo {
@@ -115,13 +116,19 @@ TEST_F(LogFileTest, AMissingFolderIsNotCreated) {
   EXPECT_EQ(Names(folder), std::vector<std::string>{});
 }
 
+std::string Shown(std::u16string_view line) {
+  std::string out = "kept|";
+  AppendTerminalText(kw::ToUtf8(kw::FromUtf16(line)), &out);
+  return out;
+}
+
 TEST(TerminalText, ControlCharactersAreWrittenOut) {
-  EXPECT_EQ(TerminalText(u"\x1B[2J\x1B]0;title\a"), "\\x1B[2J\\x1B]0;title\\x07");
-  EXPECT_EQ(TerminalText(u"a\rb\nc\x7F\x9B"
-                         u"31m"),
-            "a\\x0Db\\x0Ac\\x7F\\u009B31m");
-  EXPECT_EQ(TerminalText(u"tab\tkept 宽 \\x1B"), "tab\tkept 宽 \\x1B");
-  EXPECT_EQ(TerminalText(std::u16string(1, u'\0')), "\\x00");
+  EXPECT_EQ(Shown(u"\x1B[2J\x1B]0;title\a"), "kept|\\x1B[2J\\x1B]0;title\\x07");
+  EXPECT_EQ(Shown(u"a\rb\nc\x7F\x9B"
+                  u"31m\x80\x9F\xA0"),
+            "kept|a\\x0Db\\x0Ac\\x7F\\u009B31m\\u0080\\u009F\u00A0");
+  EXPECT_EQ(Shown(u"tab\tkept 宽 \\x1B \U0001F600"), "kept|tab\tkept 宽 \\x1B \U0001F600");
+  EXPECT_EQ(Shown(std::u16string(1, u'\0')), "kept|\\x00");
 }
 
 }  // namespace

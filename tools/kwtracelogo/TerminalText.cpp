@@ -1,36 +1,34 @@
 #include "tools/kwtracelogo/TerminalText.h"
 
-#include "common/encoding.h"
-
 namespace kwtracelogo {
 
 namespace {
 
-// "\x" and two hex digits for C0 and DEL, "\u" and four for C1.
-void AppendEscape(wchar_t c, std::wstring* out) {
-  static constexpr wchar_t kHex[] = L"0123456789ABCDEF";
-  const bool wide = c >= 0x80;
-  out->append(wide ? L"\\u00" : L"\\x");
-  out->push_back(kHex[(c >> 4) & 0xF]);
-  out->push_back(kHex[c & 0xF]);
+constexpr char kHex[] = "0123456789ABCDEF";
+
+void AppendEscape(const char* prefix, unsigned char code, std::string* out) {
+  out->append(prefix);
+  out->push_back(kHex[code >> 4]);
+  out->push_back(kHex[code & 0xF]);
 }
 
 }  // namespace
 
-std::string TerminalText(std::u16string_view line) {
-  const std::wstring text = kw::FromUtf16(line);
-  std::wstring shown;
-  shown.reserve(text.size());
-  for (wchar_t c : text) {
-    const bool c0 = (c < 0x20 && c != L'\t') || c == 0x7F;
-    const bool c1 = c >= 0x80 && c <= 0x9F;
-    if (!c0 && !c1) {
-      shown.push_back(c);
-      continue;
+// In UTF-8 the C0 controls and DEL are single bytes below 0x80, and the C1 controls are the
+// two-byte sequences 0xC2 0x80 to 0xC2 0x9F; no other sequence contains those bytes.
+void AppendTerminalText(std::string_view utf8, std::string* out) {
+  for (size_t i = 0; i < utf8.size(); ++i) {
+    const unsigned char c = static_cast<unsigned char>(utf8[i]);
+    const unsigned char next = i + 1 < utf8.size() ? static_cast<unsigned char>(utf8[i + 1]) : 0;
+    if ((c < 0x20 && c != '\t') || c == 0x7F) {
+      AppendEscape("\\x", c, out);
+    } else if (c == 0xC2 && next >= 0x80 && next <= 0x9F) {
+      AppendEscape("\\u00", next, out);
+      ++i;
+    } else {
+      out->push_back(static_cast<char>(c));
     }
-    AppendEscape(c, &shown);
   }
-  return kw::ToUtf8(shown);
 }
 
 }  // namespace kwtracelogo

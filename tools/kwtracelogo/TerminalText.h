@@ -8,9 +8,10 @@
 
 namespace kwtracelogo {
 
-// The line as UTF-8 with every control character but the tab written out: U+0000 to U+001F and
-// U+007F as "\xHH", U+0080 to U+009F as "\uHHHH" (upper-case hex). Everything else is kept.
-std::string TerminalText(std::u16string_view line);
+// Appends the UTF-8 line `utf8` to *out with every control character but the tab written out:
+// U+0000 to U+001F and U+007F as "\xHH", U+0080 to U+009F as "\uHHHH" (upper-case hex).
+// Everything else is kept byte for byte. Allocates only when *out must grow.
+void AppendTerminalText(std::string_view utf8, std::string* out);
 
 }  // namespace kwtracelogo
 

@@ -38,21 +38,28 @@ namespace {
 using kwtracelogo::BlockReader;
 
 constexpr useconds_t kPollMicros = tl::kCompanionPollMs * 1000;
+// While lines keep coming the next poll follows sooner: a flood fills the area in well under a
+// second, and every line not read before the next wipe is lost.
+constexpr useconds_t kBusyPollMicros = 1000;
 volatile sig_atomic_t g_stop = 0;
 
 void OnSignal(int) {
   g_stop = 1;
 }
 
-void Print(std::string_view text) {
-  fwrite(text.data(), 1, text.size(), stdout);
-  fputc('\n', stdout);
+// Prints one line for a terminal (see TerminalText.h), through a buffer kept for reuse.
+void Print(std::string_view utf8) {
+  static std::string shown;
+  shown.clear();
+  kwtracelogo::AppendTerminalText(utf8, &shown);
+  shown.push_back('\n');
+  fwrite(shown.data(), 1, shown.size(), stdout);
 }
 
 // Prints the lines it is given (--dump).
 class Printer : public kwtracelogo::LineVisitor {
  public:
-  void Line(std::u16string_view text, size_t) override { Print(kwtracelogo::TerminalText(text)); }
+  void Line(std::u16string_view text, size_t) override { Print(kw::ToUtf8(kw::FromUtf16(text))); }
 };
 
 // The companion's sink: the terminal (escaped) and the saved file (as they are).
@@ -60,8 +67,9 @@ class Output : public kwtracelogo::LineSink {
  public:
   explicit Output(kwtracelogo::LogFile& log) : m_log(log) {}
   void Line(std::u16string_view text) override {
-    Print(kwtracelogo::TerminalText(text));
-    m_log.Add(kw::ToUtf8(kw::FromUtf16(text)));
+    const std::string utf8 = kw::ToUtf8(kw::FromUtf16(text));
+    Print(utf8);
+    m_log.Add(utf8);
   }
   void Gap() override {
     Print(tl::kLinesLostMark);
@@ -118,9 +126,10 @@ void InstallHandlers() {
 bool FollowUntilEnd(BlockReader& block, kwtracelogo::Follower& follower, pid_t parentAtStart) {
   const pid_t host = static_cast<pid_t>(block.Pid());
   while (!g_stop && !follower.ChannelClosed() && !HostEnded(host, parentAtStart)) {
+    const size_t before = follower.LinesRead();
     if (!follower.Poll()) return false;
     fflush(stdout);
-    usleep(kPollMicros);
+    usleep(follower.LinesRead() != before ? kBusyPollMicros : kPollMicros);
   }
   // Whatever the host wrote before it ended is in the block still.
   return follower.Poll();
