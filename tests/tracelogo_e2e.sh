@@ -40,12 +40,13 @@ mkdir -p "$work/own/logo"
 
 # ---- 1. blocks that are not the caller's own private ones are refused, and nothing is made
 make_block "KWRDTraceLogo-e2e$$-1" "$gone" "$work/foreign/logo" "planted"
-chown 65534:65534 "/dev/shm/KWRDTraceLogo-e2e$$-1"
-status=0; timeout 10 "$KW_TRACELOGO" "KWRDTraceLogo-e2e$$-1" 2>"$work/err" || status=$?
-[[ $status == 1 ]] || fail "foreign block: status $status"
-grep -qF ': it belongs to another user' "$work/err" || fail "foreign block: $(cat "$work/err")"
-[[ ! -e $work/foreign ]] || fail "the folder named in a foreign block was created"
-[[ -e /dev/shm/KWRDTraceLogo-e2e$$-1 ]] || fail "a foreign block was removed"
+if chown 65534:65534 "/dev/shm/KWRDTraceLogo-e2e$$-1" 2>/dev/null; then  # root only
+  status=0; timeout 10 "$KW_TRACELOGO" "KWRDTraceLogo-e2e$$-1" 2>"$work/err" || status=$?
+  [[ $status == 1 ]] || fail "foreign block: status $status"
+  grep -qF ': it belongs to another user' "$work/err" || fail "foreign block: $(cat "$work/err")"
+  [[ ! -e $work/foreign ]] || fail "the folder named in a foreign block was created"
+  [[ -e /dev/shm/KWRDTraceLogo-e2e$$-1 ]] || fail "a foreign block was removed"
+fi
 
 make_block "KWRDTraceLogo-e2e$$-2" "$gone" "$work/own/logo" "shared"
 chmod 0644 "/dev/shm/KWRDTraceLogo-e2e$$-2"
