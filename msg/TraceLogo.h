@@ -10,6 +10,8 @@
 //      bytes from m_used on are all zero.
 //   3. The state word is kStateEmpty while m_used == 0 and kStateLines once a line was written.
 //   4. No operation but creation and Save allocates heap memory.
+//   5. A running companion hears of every wipe of a non-empty line area before the bytes are
+//      zeroed (msg/internal/TraceLogoCompanion.h), so it can tell lines it never read.
 // States: none (no instance), live (block mapped). A failed creation leaves "none" and tracing
 // off: every TraceLogo call is then skipped and the host goes on working. Creation reserves
 // every page of the block first, so a full /dev/shm turns tracing off (one message on the
@@ -43,10 +45,10 @@ class CTraceLogo {
   // The trace log, created first when `create` is true and there is none. Null when there is
   // none (or creation failed: the failure is remembered and not retried).
   static CTraceLogo* GetInstance(bool create);
-  // Destroys the trace log: first asks a running companion to finish (it reads the last lines,
-  // saves them and exits; waited for at most 1 s), then wipes the line area, unmaps the block and
-  // removes its name. Nothing when there is none. A later GetInstance(true) creates a new block
-  // (and starts a new companion).
+  // Destroys the trace log: first asks a running companion to finish once it is ready (it reads
+  // the last lines, saves them and exits; waited for at most 3 s + 1 s), then wipes the line area,
+  // unmaps the block and removes its name. Nothing when there is none. A later GetInstance(true)
+  // creates a new block (and starts a new companion).
   static void Destroy();
 
   // Appends one formatted line (see TraceLogo).
