@@ -11,10 +11,10 @@
 #include "msg/DebugTrace.h"
 #include "msg/ModuleState.h"
 #include "msg/TraceLogo.h"
+#include "msg/internal/ModuleStateHere.h"
 #include "msg/internal/SendChain.h"
 #include "msg/internal/WatcherIndex.h"
 
-using KWRDPub::GetModuleState;
 using KWRDPub::TraceLogo;
 
 CRDMsgManager* CRDMsgManager::m_sInstance = nullptr;
@@ -37,13 +37,13 @@ unsigned long ShowMsgWatcher(KWMSGHDR* msg, void*) {
 }
 
 void ShowEndingBox(const wchar_t* lead) {
-  std::wstring text = kw::FormatW(L"%s%s", lead, GetModuleState().LastHostEnded());
+  std::wstring text = kw::FormatW(L"%s%s", lead, KWRDPub::ModuleStateHere().LastHostEnded());
   MessageBoxW(acedGetAcadFrame(), text.c_str(), L"出错提示", MB_ICONERROR);
 }
 
 // Host-ending rule: false when the send must be refused.
 bool PassHostEnding(const KWMSGHDR& msg) {
-  KWRDPub::ModuleState& st = GetModuleState();
+  KWRDPub::ModuleState& st = KWRDPub::ModuleStateHere();
   if (!st.HostEnding()) return true;
   if (st.WarningDue(GetTickCount())) {
     ShowEndingBox(L"程序收到异常退出CAD消息，强列建议重启软件！\n");
@@ -59,7 +59,7 @@ bool PassHostEnding(const KWMSGHDR& msg) {
 void HandleQuit() {
   g_chain.Drop();
   TraceLogo(L"<QuitMsg />");
-  GetModuleState().MarkHostEnding(L"<QuitMsg />", GetTickCount());
+  KWRDPub::ModuleStateHere().MarkHostEnding(L"<QuitMsg />", GetTickCount());
 }
 
 // One (type, code) pair as a single comparable word.
@@ -68,7 +68,7 @@ constexpr uint64_t PairKey(uint32_t type, uint32_t code) {
 }
 
 bool Traced() {
-  return GetModuleState().SendLog() != 0;
+  return KWRDPub::ModuleStateHere().SendLog() != 0;
 }
 
 void CopyName(wchar_t (&dst)[33], const wchar_t* name) {
@@ -364,8 +364,8 @@ bool OwnFilterAccepts(CMsgWatch* watch, const KWMSGHDR& msg) {
     // A record removed during this send may name an object its module has already freed.
     if (!callback && !target) continue;
     const unsigned long answer =
-        (GetModuleState().SendLog() ? CallTraced(callback, target, rec, msg, n)
-                                    : Call(callback, target, rec, msg, n)) &
+        (KWRDPub::ModuleStateHere().SendLog() ? CallTraced(callback, target, rec, msg, n)
+                                              : Call(callback, target, rec, msg, n)) &
         0xFFFFFFFFul;
     if (generation != st.byPair.Generation()) {
       keyed = KeyedList(st, key);
@@ -380,7 +380,7 @@ bool OwnFilterAccepts(CMsgWatch* watch, const KWMSGHDR& msg) {
 unsigned long CRDMsgManager::SendMessageW(KWMSGHDR* msg) {
   if (!msg) return 0;
   g_chain.Revive();
-  if (GetModuleState().HostEnding() && !PassHostEnding(*msg)) return 0;
+  if (KWRDPub::ModuleStateHere().HostEnding() && !PassHostEnding(*msg)) return 0;
   if (msg->type == KWRDPub::kSysMsgType && msg->msg == KWRDPub::kQuitMsgCode) {
     HandleQuit();
     return 0;
