@@ -60,12 +60,9 @@ class ModuleState {
   wchar_t m_lastHostEnded[kLastLineChars] = {};
 };
 
-// The single state of the process, constant-initialised so that the send path reads it with no
-// guard. Assigning ModuleState{} gives a freshly loaded module's state (tests).
-extern constinit ModuleState g_moduleState;
-inline ModuleState& GetModuleState() {
-  return g_moduleState;
-}
+// The single state of the process. Assigning ModuleState{} gives a freshly loaded module's
+// state (tests).
+ModuleState& GetModuleState();
 
 }  // namespace KWRDPub
 

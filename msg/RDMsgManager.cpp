@@ -11,10 +11,10 @@
 #include "msg/DebugTrace.h"
 #include "msg/ModuleState.h"
 #include "msg/TraceLogo.h"
+#include "msg/internal/ModuleStateHere.h"
 #include "msg/internal/SendChain.h"
 #include "msg/internal/WatcherIndex.h"
 
-using KWRDPub::GetModuleState;
 using KWRDPub::TraceLogo;
 
 CRDMsgManager* CRDMsgManager::m_sInstance = nullptr;
@@ -37,13 +37,13 @@ unsigned long ShowMsgWatcher(KWMSGHDR* msg, void*) {
 }
 
 void ShowEndingBox(const wchar_t* lead) {
-  std::wstring text = kw::FormatW(L"%s%s", lead, GetModuleState().LastHostEnded());
+  std::wstring text = kw::FormatW(L"%s%s", lead, KWRDPub::ModuleStateHere().LastHostEnded());
   MessageBoxW(acedGetAcadFrame(), text.c_str(), L"出错提示", MB_ICONERROR);
 }
 
 // Host-ending rule: false when the send must be refused.
 bool PassHostEnding(const KWMSGHDR& msg) {
-  KWRDPub::ModuleState& st = GetModuleState();
+  KWRDPub::ModuleState& st = KWRDPub::ModuleStateHere();
   if (!st.HostEnding()) return true;
   if (st.WarningDue(GetTickCount())) {
     ShowEndingBox(L"程序收到异常退出CAD消息，强列建议重启软件！\n");
@@ -59,7 +59,7 @@ bool PassHostEnding(const KWMSGHDR& msg) {
 void HandleQuit() {
   g_chain.Drop();
   TraceLogo(L"<QuitMsg />");
-  GetModuleState().MarkHostEnding(L"<QuitMsg />", GetTickCount());
+  KWRDPub::ModuleStateHere().MarkHostEnding(L"<QuitMsg />", GetTickCount());
 }
 
 // One (type, code) pair as a single comparable word.
@@ -68,7 +68,7 @@ constexpr uint64_t PairKey(uint32_t type, uint32_t code) {
 }
 
 bool Traced() {
-  return GetModuleState().SendLog() != 0;
+  return KWRDPub::ModuleStateHere().SendLog() != 0;
 }
 
 void CopyName(wchar_t (&dst)[33], const wchar_t* name) {
@@ -103,13 +103,21 @@ struct CRDMsgManager::Entry {
   bool Dead() const { return !callback && !target; }
 };
 
-struct CRDMsgManager::State {
-  static inline const std::vector<Entry> kNoEntries{};  // the list of a pair nobody listens to
+// The lists of one send, as they stood when last looked at.
+struct CRDMsgManager::Lists {
+  const Entry* listed;
+  size_t listedCount;
+  const Entry* any;
+  size_t anyCount;
+  uint64_t changes;  // State::changes then
+};
 
+struct CRDMsgManager::State {
   KWRDPub::WatcherIndex<Entry> byPair;           // pair -> records with it in their list
   std::vector<std::unique_ptr<Record>> records;  // registration order
   std::vector<Entry> any;                        // objects without a list, registration order
   uint64_t nextSeq = 0;
+  uint64_t changes = 0;  // counts every change to the lists (a send holding them looks again)
   int sendDepth = 0;
   bool hasDead = false;
 };
@@ -146,15 +154,18 @@ void CRDMsgManager::Destroy() {
   g_chain = KWRDPub::SendChain{};
 }
 
-CRDMsgManager::CRDMsgManager() : m_state(std::make_unique<State>()) {
-  m_state->records.reserve(8);
+CRDMsgManager::CRDMsgManager() {
+  static_assert(sizeof(State) <= kStateBytes && alignof(State) <= 16);
+  new (m_stateBytes) State;
+  St().records.reserve(8);
   Register(L"ShowMsg", KWRDPub::kSysMsgType, KWRDPub::kShowMsgCode, &ShowMsgWatcher, nullptr);
 }
 
 CRDMsgManager::~CRDMsgManager() {
-  for (std::unique_ptr<Record>& r : m_state->records) {
+  for (std::unique_ptr<Record>& r : St().records) {
     if (!r->dead) Release(*r);
   }
+  St().~State();
 }
 
 // Appends `record` (its watcher fields already set) with the name cut to 32 characters and a
@@ -162,7 +173,7 @@ CRDMsgManager::~CRDMsgManager() {
 // allocation failure is traced and the registration dropped whole.
 void CRDMsgManager::Add(const wchar_t* name, const unsigned int* types, const unsigned int* msgs,
                         int count, std::unique_ptr<Record> record) {
-  State& st = *m_state;
+  State& st = St();
   std::vector<uint64_t> listed;
   try {
     if (count > 0 && types && msgs) {
@@ -185,15 +196,17 @@ void CRDMsgManager::Add(const wchar_t* name, const unsigned int* types, const un
       }
     }
     st.records.push_back(std::move(record));
+    ++st.changes;
   } catch (const std::bad_alloc&) {
     for (uint64_t key : listed) st.byPair.Remove(key, record.get());
+    ++st.changes;
     KWRDPub::DebugTrace(L"memory allocate failed:%s", L"CRDMsgManager::Register");
   }
 }
 
 bool CRDMsgManager::IsRegistered(const CMsgWatch* watch) const {
   return std::any_of(
-      m_state->records.begin(), m_state->records.end(),
+      St().records.begin(), St().records.end(),
       [watch](const std::unique_ptr<Record>& r) { return !r->dead && r->watch == watch; });
 }
 
@@ -229,8 +242,8 @@ void CRDMsgManager::RegisterEx(const wchar_t* name, const unsigned int* types,
 
 // Removal: outside a send the record goes at once; during one it is only marked (invariant 4).
 void CRDMsgManager::Kill(size_t index) {
-  if (m_state->sendDepth > 0) {
-    MarkDead(*m_state->records[index]);
+  if (St().sendDepth > 0) {
+    MarkDead(*St().records[index]);
     return;
   }
   EraseAt(index);
@@ -238,9 +251,10 @@ void CRDMsgManager::Kill(size_t index) {
 
 // Removal during a send: the record and its entries are marked so that no send reaches it again.
 void CRDMsgManager::MarkDead(Record& r) {
-  State& st = *m_state;
+  State& st = St();
   r.dead = true;
   st.hasDead = true;
+  ++st.changes;
   const auto mark = [&r](std::vector<Entry>& list) {
     for (Entry& e : list) {
       if (e.rec == &r) e.callback = nullptr, e.target = nullptr;
@@ -255,7 +269,7 @@ void CRDMsgManager::MarkDead(Record& r) {
 // The one place a record leaves: its object released, its index entries and the record itself
 // removed, so the records and the index always name the same registrations.
 void CRDMsgManager::EraseAt(size_t index) {
-  State& st = *m_state;
+  State& st = St();
   Record* r = st.records[index].get();
   Release(*r);
   if (r->keys.empty()) {
@@ -264,28 +278,29 @@ void CRDMsgManager::EraseAt(size_t index) {
     for (uint64_t key : r->keys) st.byPair.Remove(key, r);  // a repeated key finds nothing more
   }
   st.records.erase(st.records.begin() + static_cast<ptrdiff_t>(index));
+  ++st.changes;
 }
 
 void CRDMsgManager::EraseDead() {
-  if (!m_state->hasDead) return;
-  m_state->hasDead = false;
-  for (size_t i = m_state->records.size(); i-- > 0;) {
-    if (m_state->records[i]->dead) EraseAt(i);
+  if (!St().hasDead) return;
+  St().hasDead = false;
+  for (size_t i = St().records.size(); i-- > 0;) {
+    if (St().records[i]->dead) EraseAt(i);
   }
 }
 
 void CRDMsgManager::RemoveRegister(MsgFn fn) {
   if (!fn) return;
-  for (size_t i = m_state->records.size(); i-- > 0;) {
-    const Record& r = *m_state->records[i];
+  for (size_t i = St().records.size(); i-- > 0;) {
+    const Record& r = *St().records[i];
     if (!r.dead && r.callback == fn) Kill(i);
   }
 }
 
 void CRDMsgManager::RemoveRegister(CMsgWatch* watch) {
   if (!watch) return;
-  for (size_t i = m_state->records.size(); i-- > 0;) {
-    const Record& r = *m_state->records[i];
+  for (size_t i = St().records.size(); i-- > 0;) {
+    const Record& r = *St().records[i];
     if (!r.dead && r.watch == watch) {
       Kill(i);
       return;
@@ -294,7 +309,7 @@ void CRDMsgManager::RemoveRegister(CMsgWatch* watch) {
 }
 
 int CRDMsgManager::WatcherCount() const {
-  return static_cast<int>(std::count_if(m_state->records.begin(), m_state->records.end(),
+  return static_cast<int>(std::count_if(St().records.begin(), St().records.end(),
                                         [](const std::unique_ptr<Record>& r) { return !r->dead; }));
 }
 
@@ -326,51 +341,55 @@ bool OwnFilterAccepts(CMsgWatch* watch, const KWMSGHDR& msg) {
 
 }  // namespace
 
-// The entries listed under `key`; an empty list when there are none.
-[[gnu::always_inline]] inline const std::vector<CRDMsgManager::Entry>* CRDMsgManager::KeyedList(
-    State& st, uint64_t key) {
-  const std::vector<Entry>* list = st.byPair.Find(key);
-  return list ? list : &State::kNoEntries;
+// The two lists a send of `key` walks, as they stand.
+[[gnu::always_inline]] inline CRDMsgManager::Lists CRDMsgManager::Look(State& st, uint64_t key) {
+  const std::vector<Entry>* listed = st.byPair.Find(key);
+  Lists lists{nullptr, 0, st.any.data(), st.any.size(), st.changes};
+  if (listed) lists.listed = listed->data(), lists.listedCount = listed->size();
+  return lists;
 }
 
 // Walks two lists at once in registration order: the entries listed under the message's pair
-// and the objects that filter for themselves. Both are read afresh after each call: watchers
-// registered during the send are appended to them and reached too (the pair's list is looked up
-// again when the index has moved it), and removed ones are only marked dead.
-// Kept inside SendMessageW at every optimisation level: the send is one function.
+// and the objects that filter for themselves. Watchers registered during the send are appended
+// to them and reached too, and removed ones are only cleared: after any change the lists are
+// looked at afresh. Kept inside SendMessageW at every optimisation level: the send is one
+// function.
 [[gnu::always_inline]] inline unsigned long CRDMsgManager::Deliver(KWMSGHDR* msg, uint32_t n) {
-  State& st = *m_state;
+  State& st = St();
   const uint64_t key = PairKey(msg->type, msg->msg);
-  const std::vector<Entry>* keyed = KeyedList(st, key);
-  uint64_t generation = st.byPair.Generation();
+  Lists lists = Look(st, key);
   unsigned long result = 0;
   for (size_t i = 0, j = 0;;) {
     const Entry* e = nullptr;
-    if (j == st.any.size()) {
+    if (j == lists.anyCount) {
       // No self-filtering object comes before the next listed entry: the usual case.
-      if (i == keyed->size()) break;
-      e = &(*keyed)[i++];
-    } else if (i < keyed->size() && (*keyed)[i].seq < st.any[j].seq) {
-      e = &(*keyed)[i++];
+      if (i == lists.listedCount) break;
+      e = &lists.listed[i++];
+    } else if (i < lists.listedCount && lists.listed[i].seq < lists.any[j].seq) {
+      e = &lists.listed[i++];
     } else {
-      e = &st.any[j++];
-      if (!e->Dead() && !OwnFilterAccepts(static_cast<CMsgWatch*>(e->target), *msg)) continue;
+      e = &lists.any[j++];
+      if (e->Dead()) continue;
+      // The object's own filter is the module's code: it may change the registrations too.
+      const bool accepted = OwnFilterAccepts(static_cast<CMsgWatch*>(e->target), *msg);
+      if (lists.changes != st.changes) {
+        lists = Look(st, key);
+        e = &lists.any[j - 1];
+      }
+      if (!accepted) continue;
     }
-    // The lists may move while the watcher runs: what the call needs is taken out first, field
-    // by field (a copy of the whole entry would make the call wait for the copy to land).
+    // What the call needs is taken out first, field by field (a copy of the whole entry would
+    // make the call wait for the copy to land).
     const MsgFn callback = e->callback;
     void* const target = e->target;
     const Record* const rec = e->rec;
     // A record removed during this send may name an object its module has already freed.
     if (!callback && !target) continue;
     const unsigned long answer =
-        (GetModuleState().SendLog() ? CallTraced(callback, target, rec, msg, n)
-                                    : Call(callback, target, rec, msg, n)) &
+        (KWRDPub::ModuleStateHere().SendLog() ? CallTraced(callback, target, rec, msg, n)
+                                              : Call(callback, target, rec, msg, n)) &
         0xFFFFFFFFul;
-    if (generation != st.byPair.Generation()) {
-      keyed = KeyedList(st, key);
-      generation = st.byPair.Generation();
-    }
+    if (lists.changes != st.changes) lists = Look(st, key);
     if (answer != 0) result = answer;
     if (result > 0x7FFFFFFFul) break;
   }
@@ -380,7 +399,7 @@ bool OwnFilterAccepts(CMsgWatch* watch, const KWMSGHDR& msg) {
 unsigned long CRDMsgManager::SendMessageW(KWMSGHDR* msg) {
   if (!msg) return 0;
   g_chain.Revive();
-  if (GetModuleState().HostEnding() && !PassHostEnding(*msg)) return 0;
+  if (KWRDPub::ModuleStateHere().HostEnding() && !PassHostEnding(*msg)) return 0;
   if (msg->type == KWRDPub::kSysMsgType && msg->msg == KWRDPub::kQuitMsgCode) {
     HandleQuit();
     return 0;
@@ -395,9 +414,9 @@ unsigned long CRDMsgManager::SendMessageW(KWMSGHDR* msg) {
   // tick count of 0 is a time like any other, so whether it was read is kept apart.
   const bool timed = Traced();
   const uint32_t start = timed ? GetTickCount() : 0;
-  ++m_state->sendDepth;
+  ++St().sendDepth;
   unsigned long result = Deliver(msg, n);
-  if (--m_state->sendDepth == 0) EraseDead();
+  if (--St().sendDepth == 0) EraseDead();
   if (Traced()) {
     const uint32_t took = timed ? GetTickCount() - start : 0;
     if (took > kSlowMs) TraceLogo(L"total_time %.3fs", took / 1000.0);
@@ -446,7 +465,7 @@ void CRDMsgManager::ReportWatcherFailure(const wchar_t* name, const KWMSGHDR* ms
 std::vector<KWMSGWATCHERINFO> CRDMsgManager::Watchers() const {
   std::vector<KWMSGWATCHERINFO> list;
   try {
-    for (const std::unique_ptr<Record>& rec : m_state->records) {
+    for (const std::unique_ptr<Record>& rec : St().records) {
       const Record& r = *rec;
       if (r.dead) continue;
       KWMSGWATCHERINFO info;

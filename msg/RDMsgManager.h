@@ -24,6 +24,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <new>
 #include <string>
 #include <utility>
 #include <vector>
@@ -127,6 +128,7 @@ class CRDMsgManager {
  private:
   struct Record;
   struct Entry;
+  struct Lists;
   struct State;
 
   void Add(const wchar_t* name, const unsigned int* types, const unsigned int* msgs, int count,
@@ -136,7 +138,7 @@ class CRDMsgManager {
   void MarkDead(Record& r);
   void EraseAt(size_t index);
   void EraseDead();
-  static const std::vector<Entry>* KeyedList(State& st, uint64_t key);
+  static Lists Look(State& st, uint64_t key);
   unsigned long Deliver(KWMSGHDR* msg, uint32_t n);
   unsigned long Call(MsgFn callback, void* target, const Record* rec, KWMSGHDR* msg, uint32_t n);
   unsigned long CallTraced(MsgFn callback, void* target, const Record* rec, KWMSGHDR* msg,
@@ -144,7 +146,13 @@ class CRDMsgManager {
   void HandleWatcherException(const Record& r, KWMSGHDR* msg, uint32_t n);
   void ReportWatcherFailure(const wchar_t* name, const KWMSGHDR* msg, uint32_t n);
 
-  std::unique_ptr<State> m_state;
+  State& St() { return *std::launder(reinterpret_cast<State*>(m_stateBytes)); }
+  const State& St() const { return *std::launder(reinterpret_cast<const State*>(m_stateBytes)); }
+
+  // The state lives inside the object (its layout is private to the implementation, which
+  // checks that it fits): a send reaches it without following a pointer.
+  static constexpr size_t kStateBytes = 160;
+  alignas(16) unsigned char m_stateBytes[kStateBytes];
 
   static CRDMsgManager* m_sInstance;
 };

@@ -135,12 +135,13 @@ class SendChain {
     m_text[at] = 0;
   }
 
-  Piece m_pieces[kMaxPieces] = {};
+  // The fields every send touches first, then the pieces, then the text.
   uint32_t m_top = 0;
-  size_t m_len = 0;
   uint32_t m_epoch = 0;
-  bool m_live = false;
+  size_t m_len = 0;
   uint32_t m_counter = 0;
+  bool m_live = false;
+  Piece m_pieces[kMaxPieces] = {};
   wchar_t m_text[kCap] = {};
 };
 

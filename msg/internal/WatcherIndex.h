@@ -4,9 +4,8 @@
 //
 // An open-addressing hash table (linear probing, power-of-two size, at most half full) from the
 // 64-bit pair key to a list of entries in the order they were added. A list lives in its slot,
-// so a lookup costs one probe and no further indirection; slots move when a key is added or
-// removed, and Generation() changes whenever that happens, so a caller that keeps a list across
-// such a change looks it up again.
+// so a lookup costs one probe and no further indirection; lists move when any key is added or
+// removed, so a caller that keeps one across a change looks it up again.
 //
 // Invariants:
 //   1. m_slots.size() is 0 or a power of two >= 8, and m_used * 2 <= m_slots.size().
@@ -30,8 +29,8 @@ class WatcherIndex {
  public:
   using List = std::vector<Entry>;
 
-  // The entries listed under `key`, oldest first; null when there are none. Valid until
-  // Generation() changes.
+  // The entries listed under `key`, oldest first; null when there are none. Valid until the
+  // next change.
   [[gnu::always_inline]] List* Find(uint64_t key) {
     const size_t i = SlotOf(key);
     return i == kNone ? nullptr : &m_slots[i].list;
@@ -47,7 +46,6 @@ class WatcherIndex {
     if ((m_used + 1) * 2 > m_slots.size()) Grow();
     Place(key, std::move(list));
     ++m_used;
-    ++m_generation;
   }
 
   // Takes the entry of `rec` out of the list of `key`; the key goes when its list empties.
@@ -66,8 +64,6 @@ class WatcherIndex {
     if (list->empty()) EraseSlot(slot);
   }
 
-  // Changes whenever a list may have moved.
-  uint64_t Generation() const { return m_generation; }
   // Number of keys with entries.
   size_t KeyCount() const { return m_used; }
 
@@ -113,7 +109,6 @@ class WatcherIndex {
   void EraseSlot(size_t hole) {
     m_slots[hole].list = List();
     --m_used;
-    ++m_generation;
     for (size_t i = (hole + 1) & Mask(); !m_slots[i].list.empty(); i = (i + 1) & Mask()) {
       const size_t home = Home(m_slots[i].key);
       // The entry may move into the hole unless its home lies cyclically in (hole, i].
@@ -129,7 +124,6 @@ class WatcherIndex {
   std::vector<Slot> m_slots;
   size_t m_used = 0;
   unsigned m_shift = 64;
-  uint64_t m_generation = 0;
 };
 
 }  // namespace KWRDPub
