@@ -12,7 +12,7 @@
 
 class AllocBound {
  public:
-  static constexpr int64_t kPerByte = 40;
+  static constexpr int64_t kPerByte = 32;
   static constexpr int64_t kSlack = 4 << 20;
 
   explicit AllocBound(size_t inputBytes)

@@ -1,6 +1,7 @@
 #include "persist/Model.h"
 
 #include <algorithm>
+#include <bit>
 #include <climits>
 #include <cstring>
 #include <exception>
@@ -29,8 +30,9 @@ constexpr uint64_t kMaxSnapshotBytes = 1u << 30;
 // one piece before the read fails.
 constexpr int64_t kPieceBytes = 1 << 20;
 // A model may take this many bytes of memory per byte of its stream, plus kMemorySlack. Every
-// element but the empty extension (1 byte in the stream, over 100 in memory) stays well below
-// the rate, so only a flood of those runs into it.
+// element the writer produces but the empty extension (1 byte in the stream, over 100 in
+// memory) stays below the rate even with its list's room to grow, so only a flood of those
+// runs into it.
 constexpr int64_t kMemoryPerByte = 16;
 constexpr int64_t kMemorySlack = 1 << 20;
 
@@ -41,6 +43,15 @@ constexpr int64_t kMinChunkBytes = 4;       // its count
 constexpr int64_t kMinBlockBytes = 4;       // its length
 constexpr int64_t kMinExtensionBytes = 1;   // the empty extension's Bool
 constexpr int64_t kMinModelBytes = 21;      // untagged: empty name, flag, value, three counts
+
+// Lists of records grow by doubling from one element, so a list of n records holds room for
+// ListCapacity(n).
+size_t GrownCapacity(size_t capacity) {
+  return capacity == 0 ? 1 : 2 * capacity;
+}
+int64_t ListCapacity(size_t count) {
+  return count == 0 ? 0 : static_cast<int64_t>(std::bit_ceil(count));
+}
 
 // The memory a text takes once read, as both the reader and the writer's check count it.
 int64_t TextMemory(const std::wstring& text) {
@@ -89,7 +100,7 @@ class Footprint {
   template <class T, class AddOne>
   void List(const std::vector<T>& items, AddOne addOne, uint64_t max = INT32_MAX) {
     Count(items.size(), max);
-    m_memory += static_cast<int64_t>(items.size() * sizeof(T));
+    m_memory += ListCapacity(items.size()) * static_cast<int64_t>(sizeof(T));
     for (const T& item : items) addOne(item);
   }
   void Add(const DataBatch& batch) {
@@ -190,14 +201,20 @@ struct CModel::ReadState {
     int64_t count = 0;
     return ReadCount(&count) && ReadItems(count, out);
   }
-  // `count` records one after another, each charged before it is appended; nothing is reserved
-  // ahead of the data, so a lying count fails at the first record that is not there.
+  // `count` records one after another; nothing is reserved ahead of the data, so a lying count
+  // fails at the first record that is not there. The list grows by doubling, and each growth is
+  // charged before it happens, so the allowance covers what the list really holds.
   template <class T, class ReadOne>
   bool ReadEach(int64_t count, int64_t minBytes, std::vector<T>* out, ReadOne readOne) {
     out->clear();
     if (!Fits(count, minBytes)) return false;
     for (int64_t i = 0; i < count; ++i) {
-      if (!Charge(1, sizeof(T)) || !readOne(&out->emplace_back())) return false;
+      if (out->size() == out->capacity()) {
+        const size_t grown = GrownCapacity(out->capacity());
+        if (!Charge(static_cast<int64_t>(grown - out->capacity()), sizeof(T))) return false;
+        out->reserve(grown);
+      }
+      if (!readOne(&out->emplace_back())) return false;
     }
     return true;
   }

@@ -23,7 +23,7 @@ namespace {
 constexpr size_t kFloodBytes = 2 << 20;
 // Input copies, the memory allowance of 16 bytes per input byte plus 1 MiB, and the slack of
 // growing lists: well below what an element of 100 bytes per input byte would take.
-constexpr int64_t kPeakPerByte = 40;
+constexpr int64_t kPeakPerByte = 32;
 constexpr int64_t kPeakSlack = 4 << 20;
 
 std::string Int32(int32_t v) {
