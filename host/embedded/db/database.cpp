@@ -141,6 +141,11 @@ void SetHeaderText(AcDbDatabase& db, const char* name, int code, const std::stri
   extras.setHeader(name, std::move(tags));
 }
 
+AcGePoint3d HeaderPoint(const AcDbDatabase& db, const char* name) {
+  auto coord = [&](int code) { return kw::WToF(kw::FromUtf8(HeaderText(db, name, code))); };
+  return AcGePoint3d(coord(10), coord(20), coord(30));
+}
+
 DatabaseExtras& Extras(AcDbDatabase& db) {
   return ObjectAccess::Of(db).extras;
 }
@@ -327,13 +332,6 @@ Acad::ErrorStatus SetHeaderRecord(AcDbDatabase& db, TableKind kind, const char* 
   return Acad::eOk;
 }
 
-AcGePoint3d HeaderPoint(const AcDbDatabase& db, const char* name) {
-  auto coord = [&](int code) {
-    return kw::WToF(kw::FromUtf8(kwhost::db::HeaderText(db, name, code)));
-  };
-  return AcGePoint3d(coord(10), coord(20), coord(30));
-}
-
 }  // namespace
 
 AcDbDatabase::AcDbDatabase(bool buildDefaultDrawing, bool /*noDocument*/) : m_impl(new Impl) {
@@ -483,10 +481,10 @@ Acad::ErrorStatus AcDbDatabase::setLtscale(double scale) {
 }
 
 AcGePoint3d AcDbDatabase::extmin() const {
-  return HeaderPoint(*this, "$EXTMIN");
+  return kwhost::db::HeaderPoint(*this, "$EXTMIN");
 }
 AcGePoint3d AcDbDatabase::extmax() const {
-  return HeaderPoint(*this, "$EXTMAX");
+  return kwhost::db::HeaderPoint(*this, "$EXTMAX");
 }
 
 AcDbHandle AcDbDatabase::handseed() const {

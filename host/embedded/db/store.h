@@ -108,6 +108,8 @@ AcDbDatabase* DatabaseFor(const AcDbObject& object);
 // Header variables of the database: the first group with `code` of `name`, or "".
 std::string HeaderText(const AcDbDatabase& db, const char* name, int code);
 void SetHeaderText(AcDbDatabase& db, const char* name, int code, const std::string& value);
+// A point header variable (groups 10, 20, 30); missing coordinates read 0.
+AcGePoint3d HeaderPoint(const AcDbDatabase& db, const char* name);
 // A real written as an ASCII drawing file writes it (shortest text that reads back the same).
 std::string RealText(double value);
 
