@@ -14,6 +14,12 @@ resbuf* acutNewRb(int type);
 int acutRelRb(resbuf* rb);
 // A malloc'd copy of s for resbuf::rstring (null gives null).
 wchar_t* acutNewString(const wchar_t* s);
+// Matches `string` against a wildcard pattern, as the platform does (case counts): "*" any
+// run, "?" any one character, "#" a digit, "@" a letter, "." a character that is neither,
+// "[...]" one of the set (ranges "a-z", "[~...]" none of it), "`" takes the next character
+// literally, a leading "~" negates, "," separates alternatives. RTNORM on a match, RTERROR
+// otherwise (null arguments included).
+int acutWcMatch(const wchar_t* string, const wchar_t* pattern);
 // A list from (type, value) pairs ended by 0: strings as const wchar_t*, reals as double,
 // points as const double*, shorts and ints as int, 64-bit integers as int64_t, names as
 // const int64_t*. RTDXF0 stands for group 0. Null for a type with no meaning or a binary group

@@ -74,9 +74,12 @@ bool NextInputWord(std::wstring* word);
 
 // ---------------------------------------------------------------- commands
 
-// Runs the registered command of that global (or else local) name, ignoring case. False (and
-// nothing run) when there is none. Keyword settings of acedInitGet do not outlive a command.
+// Runs the host's own command (LINETYPE) or else the registered command of that global (or
+// else local) name, ignoring case. False (and nothing run) when there is none. Keyword
+// settings of acedInitGet do not outlive a command.
 bool RunCommand(const wchar_t* globalName);
+// Names of the host's own commands (LINETYPE), sorted ignoring case.
+std::vector<std::wstring> HostCommandNames();
 // Global names of the registered commands, sorted ignoring case (each name once).
 std::vector<std::wstring> CommandNames();
 

@@ -189,7 +189,9 @@ bool ReadTerminalLine(std::wstring* line) {
 }
 
 void PrintHelp() {
-  std::wstring text = L"\n内置命令: APPLOAD HELP QUIT\n已注册命令:";
+  std::wstring text = L"\n内置命令: APPLOAD HELP QUIT";
+  for (const std::wstring& name : kwhost::HostCommandNames()) text += L" " + name;
+  text += L"\n已注册命令:";
   for (const std::wstring& name : kwhost::CommandNames()) text += L"\n  " + name;
   acutPrintf(L"%s", text.c_str());
 }
