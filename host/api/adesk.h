@@ -91,6 +91,7 @@ enum ErrorStatus : int {
   eWasNotErased = 111,
   eNoDatabase = 116,
   eNotInDatabase = 129,
+  eUndefinedLineType = 162,
 };
 }  // namespace Acad
 

@@ -392,6 +392,19 @@ Acad::ErrorStatus acdbOpenObject(T*& object, AcDbObjectId id, AcDb::OpenMode mod
   return Acad::eNotThatKindOfClass;
 }
 
+// Loads linetypes from a linetype definition file (".lin") into `db` (null: the working
+// database). `ltname` is one name or a wildcard pattern as acutWcMatch takes it ("*": every
+// linetype of the file), compared ignoring case; the file is searched as acedFindFile searches,
+// the drawing's folder being `db`'s. Text elements use the text style they name (created like
+// "Standard" when the drawing lacks it); shape elements are resolved by shape name through
+// their shape file (".shx" or ".shp"), and an element whose file or shape is missing is left
+// out. eOk; eInvalidInput for a null or empty argument; eNoDatabase; eFilerError when the file
+// is not found or cannot be read; eUndefinedLineType when the file defines no such linetype;
+// eDuplicateRecordName when a single name is loaded already (a pattern skips those); the
+// open statuses of the linetype table.
+Acad::ErrorStatus acdbLoadLineTypeFile(const wchar_t* ltname, const wchar_t* fname,
+                                       AcDbDatabase* db);
+
 // The platform's name of a status ("eOk", "eKeyNotFound", ...); "Unknown" for other values.
 const wchar_t* acadErrorStatusText(Acad::ErrorStatus status);
 

@@ -36,7 +36,8 @@ class AcDbSymbolTable : public AcDbObject {
   bool has(AcDbObjectId id) const;
   // Adds a new record (the table open for write): eOk, the record then open for write;
   // eNotOpenForWrite; eNullObjectPointer; eAlreadyInDb; eInvalidInput for a record without
-  // a name or of another table's kind; eDuplicateRecordName.
+  // a name (a shape file's text style may have none, and is then found by no name) or of
+  // another table's kind; eDuplicateRecordName.
   Acad::ErrorStatus add(AcDbSymbolTableRecord* record);
   Acad::ErrorStatus add(AcDbObjectId& id, AcDbSymbolTableRecord* record);
   // A new iterator (owned by the caller, `delete` it) at the first (or past the last) record.

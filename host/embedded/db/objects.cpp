@@ -273,6 +273,7 @@ const wchar_t* acadErrorStatusText(Acad::ErrorStatus status) {
       {Acad::eWasNotErased, L"eWasNotErased"},
       {Acad::eNoDatabase, L"eNoDatabase"},
       {Acad::eNotInDatabase, L"eNotInDatabase"},
+      {Acad::eUndefinedLineType, L"eUndefinedLineType"},
   };
   for (const Name& n : kNames) {
     if (n.status == status) return n.text;

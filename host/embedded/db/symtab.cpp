@@ -25,7 +25,9 @@ const AcDbSymbolTable::NameIndex& IndexOf(const AcDbSymbolTable& table) {
   index = std::make_unique<AcDbSymbolTable::NameIndex>();
   for (AcDbObjectId id : ObjectAccess::Records(table)) {
     auto* record = AcDbSymbolTableRecord::cast(Peek(id));
-    if (record && !record->isErased()) index->live.emplace(Fold(record->name()), id);
+    if (record && !record->isErased() && !record->name().empty()) {
+      index->live.emplace(Fold(record->name()), id);
+    }
   }
   return *index;
 }
@@ -100,13 +102,19 @@ Acad::ErrorStatus AcDbSymbolTable::add(AcDbObjectId& id, AcDbSymbolTableRecord* 
   if (!record->objectId().isNull()) return Acad::eAlreadyInDb;
   if (objectId().isNull()) return Acad::eNotInDatabase;
   if (!isWriteEnabled()) return Acad::eNotOpenForWrite;
-  if (record->name().empty() || !acceptsRecord(record)) return Acad::eInvalidInput;
-  if (has(record->name().c_str())) return Acad::eDuplicateRecordName;
+  if (!acceptsRecord(record)) return Acad::eInvalidInput;
+  if (record->name().empty()) {
+    // Only a shape file's text style goes without a name, as drawings store them.
+    auto* style = AcDbTextStyleTableRecord::cast(record);
+    if (!style || !style->isShapeFile()) return Acad::eInvalidInput;
+  } else if (has(record->name().c_str())) {
+    return Acad::eDuplicateRecordName;
+  }
   Acad::ErrorStatus es =
       kwhost::db::AddObject(*database(), record, objectId(), AcDbHandle(), true, id);
   if (es != Acad::eOk) return es;
   m_records.push_back(id);
-  if (m_index) m_index->live.emplace(kw::ToUpper(record->name()), id);
+  if (m_index && !record->name().empty()) m_index->live.emplace(kw::ToUpper(record->name()), id);
   return Acad::eOk;
 }
 
