@@ -2,9 +2,9 @@
 #include "host/api/rx.h"
 
 #include "common/text.h"
+#include "host/api/accmd.h"
 #include "host/api/docman.h"
-#include "host/api/editor.h"
-#include "host/embedded/session.h"
+#include "host/embedded/internal/session.h"
 
 namespace {
 

@@ -4,8 +4,9 @@
 #include <cwchar>
 #include <new>
 
-#include "host/api/editor.h"
-#include "host/embedded/session.h"
+#include "host/api/aced.h"
+#include "host/api/acutads.h"
+#include "host/embedded/internal/session.h"
 #include "kwhost/embedded.h"
 
 namespace {

@@ -7,7 +7,7 @@
 #include "common/encoding.h"
 #include "common/fileio.h"
 #include "host/api/rx.h"
-#include "host/embedded/session.h"
+#include "host/embedded/internal/session.h"
 #include "kwhost/embedded.h"
 
 namespace {

@@ -8,8 +8,9 @@
 
 #include "common/format.h"
 #include "common/text.h"
-#include "host/api/editor.h"
-#include "host/embedded/session.h"
+#include "host/api/aced.h"
+#include "host/api/acutads.h"
+#include "host/embedded/internal/session.h"
 #include "kwhost/embedded.h"
 
 namespace kwhost::detail {

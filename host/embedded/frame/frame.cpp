@@ -6,7 +6,7 @@
 #include <ctime>
 
 #include "host/api/win.h"
-#include "host/embedded/session.h"
+#include "host/embedded/internal/session.h"
 #include "kwhost/embedded.h"
 
 namespace {

@@ -3,7 +3,7 @@
 
 #include "common/fileio.h"
 #include "host/api/docman.h"
-#include "host/embedded/session.h"
+#include "host/embedded/internal/session.h"
 #include "kwhost/embedded.h"
 
 namespace {

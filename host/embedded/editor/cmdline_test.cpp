@@ -3,7 +3,8 @@
 
 #include <string>
 
-#include "host/api/editor.h"
+#include "host/api/aced.h"
+#include "host/api/acutads.h"
 #include "kwhost/embedded.h"
 
 namespace {

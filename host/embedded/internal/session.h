@@ -20,8 +20,8 @@
 #include <vector>
 
 #include "common/text.h"
+#include "host/api/aced.h"
 #include "host/api/docman.h"
-#include "host/api/editor.h"
 #include "host/api/rx.h"
 #include "host/api/win.h"
 

@@ -1,5 +1,5 @@
 // The session: one embedded host per process, and its reset.
-#include "host/embedded/session.h"
+#include "host/embedded/internal/session.h"
 
 #include <string>
 #include <vector>

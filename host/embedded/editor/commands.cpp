@@ -10,8 +10,8 @@
 #include <vector>
 
 #include "common/text.h"
-#include "host/api/editor.h"
-#include "host/embedded/session.h"
+#include "host/api/accmd.h"
+#include "host/embedded/internal/session.h"
 #include "kwhost/embedded.h"
 
 namespace {

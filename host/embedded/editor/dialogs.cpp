@@ -7,9 +7,9 @@
 #include "common/encoding.h"
 #include "common/fileio.h"
 #include "common/text.h"
-#include "host/api/editor.h"
+#include "host/api/aced.h"
 #include "host/api/win.h"
-#include "host/embedded/session.h"
+#include "host/embedded/internal/session.h"
 #include "kwhost/embedded.h"
 
 namespace {

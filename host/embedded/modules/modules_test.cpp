@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "host/api/editor.h"
+#include "host/api/accmd.h"
 #include "host/api/rx.h"
 #include "kwhost/embedded.h"
 

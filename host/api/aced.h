@@ -1,0 +1,59 @@
+// The host's editor calls: command-line prompts and system variables.
+//
+// Command line: prompts and printed text go to the host's output exactly as given (a leading
+// "\n" included). Answers come from the host's input, one line at a time:
+//   - acedGetString(0, ...) takes the text up to the first blank; the rest of the line stays
+//     for the next prompt (as on a CAD command line, where a blank acts as Enter).
+//     acedGetString(1, ...) takes the whole line, blanks included;
+//   - the line "^C" cancels any prompt (RTCAN); so does running out of input, so a prompt in a
+//     script or a test never waits;
+//   - an empty answer is Enter: RTNONE for numbers and keywords, RTNORM with "" for strings;
+//   - a bad number prints "\n需要整数值。" (acedGetInt) or "\n需要数值。" (acedGetReal) and asks
+//     again; an answer that matches no keyword of acedGetKword prints "\n无效选项关键字。" and
+//     asks again;
+//   - acedInitGet(flags, keywords) applies to the next acedGet* call only. Keywords are
+//     separated by blanks; an answer matches a keyword ignoring case when it is the whole
+//     keyword, the keyword's capital letters (its abbreviation: "eXit" -> "X"), or a prefix
+//     at least as long as that abbreviation. The result is the keyword as written in the
+//     list (after a "_" in the list, the global names that follow stand in for the local ones
+//     before it, position by position). With keywords, acedGetInt/acedGetReal accept a keyword
+//     answer and return RTKWORD; acedGetInput then gives the keyword.
+// Results: RTNORM, RTNONE, RTCAN, RTKWORD, or RTERROR for a null result buffer or an answer
+// longer than the buffer (the buffer then holds "").
+#ifndef KW_HOST_API_ACED_H_
+#define KW_HOST_API_ACED_H_
+
+#include <cstddef>
+
+#include "host/api/adesk.h"
+#include "host/api/adsdef.h"
+
+// acedInitGet flags.
+inline constexpr int RSG_NONULL = 0x0001;  // Enter is refused (the prompt is repeated)
+inline constexpr int RSG_NOZERO = 0x0002;  // 0 is refused
+inline constexpr int RSG_NONEG = 0x0004;   // negative numbers are refused
+
+// Result buffer sizes of the platform.
+inline constexpr size_t kAcedStringBufferLen = 2049;
+
+int acedGetString(int cronly, const wchar_t* prompt, wchar_t* result);
+int acedGetString(int cronly, const wchar_t* prompt, wchar_t* result, size_t bufLen);
+int acedGetInt(const wchar_t* prompt, int* result);
+int acedGetReal(const wchar_t* prompt, double* result);
+int acedGetKword(const wchar_t* prompt, wchar_t* result);
+int acedGetKword(const wchar_t* prompt, wchar_t* result, size_t bufLen);
+// The keyword matched by the last acedGetInt/acedGetReal that returned RTKWORD.
+int acedGetInput(wchar_t* result);
+int acedGetInput(wchar_t* result, size_t bufLen);
+// RTNORM; a null keyword list means none.
+int acedInitGet(int val, const wchar_t* keywordList);
+
+// System variables by name, ignoring case. acedGetVar fills *result (type and value; a string
+// value is a fresh malloc'd copy that the caller frees with free() or acutRelRb of a chain);
+// RTERROR for an unknown name or null arguments. acedSetVar needs a value of the variable's
+// type (RTSHORT and RTLONG, RTPOINT and RT3DPOINT stand in for each other); RTERROR for an
+// unknown or read-only variable or a value of another type.
+int acedGetVar(const wchar_t* sym, resbuf* result);
+int acedSetVar(const wchar_t* sym, const resbuf* value);
+
+#endif  // KW_HOST_API_ACED_H_
