@@ -4,6 +4,8 @@
 #ifndef KWHOST_EMBEDDED_DXF_GROUPCODES_H_
 #define KWHOST_EMBEDDED_DXF_GROUPCODES_H_
 
+#include <cstddef>
+
 namespace kwhost::dxf {
 
 enum class ValueType {
@@ -18,6 +20,8 @@ enum class ValueType {
 };
 
 inline constexpr int kMaxGroupCode = 1071;
+// A binary chunk holds at most this many bytes (one length byte in binary files).
+inline constexpr size_t kMaxChunkBytes = 255;
 
 // The type of group code `code`; kInvalid for codes outside 0..1071. Codes in the gaps no
 // range covers (e.g. 80..89) are read and written as text, so a newer writer's groups survive.

@@ -80,9 +80,9 @@ TagReader::TagReader(std::string_view bytes) : in_(bytes) {
   }
 }
 
-bool TagReader::Fail(std::string_view why) {
+bool TagReader::FailAt(size_t line, std::string_view why) {
   if (error_.empty()) {
-    error_ = (binary_ ? "byte " : "line ") + std::to_string(last_.line) + ": ";
+    error_ = (binary_ ? "byte " : "line ") + std::to_string(line) + ": ";
     error_ += why;
   }
   done_ = true;
@@ -155,7 +155,8 @@ bool TagReader::ParseAsciiValue(RawTag* tag) {
       return InRange(tag->type, tag->integer) || fail("is out of range");
     case ValueType::kBinary:
       tag->text = Trim(tag->text);
-      return (IsHex(tag->text) && tag->text.size() % 2 == 0) || fail("is not hex data");
+      if (!IsHex(tag->text) || tag->text.size() % 2 != 0) return fail("is not hex data");
+      return tag->text.size() <= 2 * kMaxChunkBytes || fail("is longer than a binary chunk");
     default:
       return true;
   }

@@ -54,7 +54,9 @@ class TagReader {
   const std::string& error() const { return error_; }
   // Records a failure found by the caller at the position of the tag just read, so that
   // all messages about the file name a place the same way. Always returns false.
-  bool Fail(std::string_view why);
+  bool Fail(std::string_view why) { return FailAt(last_.line, why); }
+  // The same, at a line (or byte offset) read earlier.
+  bool FailAt(size_t line, std::string_view why);
 
  private:
   bool NextAscii(RawTag* tag);

@@ -125,16 +125,12 @@ void TagWriter::Text(int code, std::string_view text) {
   }
   if (type != ValueType::kBinary) return String(code, text);
   if (!binary_) return Raw(code, t);
-  // Binary chunks hold at most 255 bytes; longer hex text is split into several chunks.
-  for (size_t at = 0; at < t.size() || at == 0; at += 510) {
-    const std::string_view part = t.substr(at, 510);
-    Code(code);
-    out_ += static_cast<char>(part.size() / 2);
-    for (size_t i = 0; i + 1 < part.size(); i += 2) {
-      out_ += static_cast<char>(std::max(0, HexValue(part[i])) * 16 +
-                                std::max(0, HexValue(part[i + 1])));
-    }
-    if (t.empty()) break;
+  const std::string_view hex = t.substr(0, 2 * kMaxChunkBytes);
+  Code(code);
+  out_ += static_cast<char>(hex.size() / 2);
+  for (size_t i = 0; i + 1 < hex.size(); i += 2) {
+    out_ +=
+        static_cast<char>(std::max(0, HexValue(hex[i])) * 16 + std::max(0, HexValue(hex[i + 1])));
   }
 }
 
