@@ -1,0 +1,53 @@
+// The drawing database seen through result-buffer lists: entity names (ads_name) and ids,
+// an entity's DXF list, symbol table lookups, and building result-buffer lists.
+//
+// In these lists a result buffer's restype is the DXF group code; its value is held as the code
+// asks (acdbDxfValueKind). Lists handed out are owned by the caller and freed with acutRelRb.
+#ifndef KW_HOST_API_DBADS_H_
+#define KW_HOST_API_DBADS_H_
+
+#include "host/api/dbmain.h"
+#include "host/api/editor.h"
+
+// Group 0 in acutBuildList, where 0 ends the list.
+inline constexpr int RTDXF0 = 5020;
+// List begin and end.
+inline constexpr int RTLB = 5016;
+inline constexpr int RTLE = 5017;
+
+// How the value of a DXF group code (or of one of the RT* types) is held in a result buffer.
+enum class AcDbDxfValueKind {
+  kNone,
+  kString,
+  kReal,
+  kPoint,
+  kShort,
+  kLong,
+  kInt64,
+  kName,
+  kBinary
+};
+AcDbDxfValueKind acdbDxfValueKind(int code);
+
+// The entity name of an object: eOk; eNullObjectId; eNotInDatabase.
+Acad::ErrorStatus acdbGetAdsName(ads_name& name, AcDbObjectId id);
+// The id of an entity name: eOk; eInvalidAdsName when the name belongs to no object.
+Acad::ErrorStatus acdbGetObjectId(AcDbObjectId& id, const ads_name name);
+
+// The entity's DXF list: -1 its name, 0 its type ("LINE", "LWPOLYLINE", "INSERT", ...), 330
+// its owner, 5 its handle, 100 subclass markers, 8 layer, then the properties that differ from
+// their defaults and the geometry. Null when the name is not an entity or it cannot be opened.
+resbuf* acdbEntGet(const ads_name name);
+// The record `symbol` of table `table` ("LAYER", "LTYPE", "STYLE", "BLOCK", "VIEW", "VPORT";
+// case ignored) as a DXF list (0 the table's type, 2 the name, 70 flags, then the record's
+// settings); null when not found. setNext makes acdbTblNext continue after it.
+resbuf* acdbTblSearch(const wchar_t* table, const wchar_t* symbol, int setNext);
+// The next record of the table (rewind: the first one); null at the end.
+resbuf* acdbTblNext(const wchar_t* table, int rewind);
+
+// A list from (type, value) pairs ended by 0: strings as const wchar_t*, reals as double,
+// points as const double*, shorts and ints as int, names as const int64_t*. RTDXF0 stands for
+// group 0. Null on an unknown type (nothing leaks).
+resbuf* acutBuildList(int type, ...);
+
+#endif  // KW_HOST_API_DBADS_H_
