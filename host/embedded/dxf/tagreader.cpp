@@ -157,8 +157,9 @@ bool TagReader::ParseAsciiValue(RawTag* tag) {
       tag->text = Trim(tag->text);
       if (!IsHex(tag->text) || tag->text.size() % 2 != 0) return fail("is not hex data");
       return tag->text.size() <= 2 * kMaxChunkBytes || fail("is longer than a binary chunk");
-    default:
-      return true;
+    default:  // a zero byte could not be written back to a binary file
+      return std::memchr(tag->text.data(), 0, tag->text.size()) == nullptr ||
+             fail("holds a zero byte");
   }
 }
 
