@@ -15,7 +15,8 @@ inline constexpr int RTDXF0 = 5020;
 inline constexpr int RTLB = 5016;
 inline constexpr int RTLE = 5017;
 
-// How the value of a DXF group code (or of one of the RT* types) is held in a result buffer.
+// How the value of a DXF group code (or of one of the RT* types) is held in a result buffer;
+// kInvalid for a code that has no meaning (acutBuildList refuses it).
 enum class AcDbDxfValueKind {
   kNone,
   kString,
@@ -25,7 +26,8 @@ enum class AcDbDxfValueKind {
   kLong,
   kInt64,
   kName,
-  kBinary
+  kBinary,
+  kInvalid
 };
 AcDbDxfValueKind acdbDxfValueKind(int code);
 

@@ -351,9 +351,11 @@ class AcDbDatabase : public AcRxObject {
   // The file this database was read from or last saved to ("" for a new drawing).
   Acad::ErrorStatus getFilename(const wchar_t*& fileName) const;
 
+  // The host's storage, opaque outside it.
+  struct Impl;
+
  private:
   friend struct kwhost::db::ObjectAccess;
-  struct Impl;
   Impl* m_impl;
 };
 

@@ -11,6 +11,7 @@
 #ifndef KW_HOST_API_DBSYMTB_H_
 #define KW_HOST_API_DBSYMTB_H_
 
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -24,6 +25,7 @@ class AcDbBlockTableRecordIterator;
 class AcDbSymbolTable : public AcDbObject {
  public:
   ACRX_DECLARE_MEMBERS(AcDbSymbolTable);
+  ~AcDbSymbolTable() override;
 
   // The live record of that name: eOk; eKeyNotFound; eInvalidInput for a null name; the open
   // statuses. getErased also finds an erased record when no live one has the name.
@@ -41,6 +43,9 @@ class AcDbSymbolTable : public AcDbObject {
   Acad::ErrorStatus newIterator(AcDbSymbolTableIterator*& iterator, bool atBeginning = true,
                                 bool skipDeleted = true) const;
 
+  // The host's name lookup, opaque outside it.
+  struct NameIndex;
+
  protected:
   AcDbSymbolTable() = default;
   // True when `record` is of this table's record class.
@@ -49,6 +54,8 @@ class AcDbSymbolTable : public AcDbObject {
  private:
   friend struct kwhost::db::ObjectAccess;
   std::vector<AcDbObjectId> m_records;
+  // Live records by folded name; rebuilt on demand after a record's name or state changed.
+  mutable std::unique_ptr<NameIndex> m_index;
 };
 
 // Base of the records: a name.

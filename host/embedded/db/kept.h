@@ -128,6 +128,12 @@ const DatabaseExtras& Extras(const AcDbDatabase& db);
 // `id`; eHandleInUse; eNullObjectPointer; eAlreadyInDb. A null handle takes a fresh one.
 Acad::ErrorStatus AddWithHandle(AcDbDatabase& db, AcDbObject* object, AcDbHandle handle,
                                 AcDbObjectId owner, AcDbObjectId& id);
+// Gives an object another handle: eOk; eHandleInUse; eInvalidInput for a null handle or an
+// object of another database. The six tables of a database built without defaults have no
+// handle until a reader gives them theirs.
+Acad::ErrorStatus SetHandle(AcDbDatabase& db, AcDbObject& object, AcDbHandle handle);
+// Gives a fresh handle to every object that has none (before writing a drawing).
+void EnsureHandles(AcDbDatabase& db);
 // Raises the handle counter to at least `next` ($HANDSEED as read).
 void RaiseHandseed(AcDbDatabase& db, uint64_t next);
 

@@ -130,30 +130,6 @@ void LoadDefaultSysVars(Session& s) {
 
 }  // namespace kwhost::detail
 
-resbuf* acutNewRb(int type) {
-  auto* rb = static_cast<resbuf*>(std::calloc(1, sizeof(resbuf)));
-  if (rb) rb->restype = static_cast<short>(type);
-  return rb;
-}
-
-int acutRelRb(resbuf* rb) {
-  while (rb) {
-    resbuf* next = rb->rbnext;
-    if (rb->restype == RTSTR) std::free(rb->resval.rstring);
-    std::free(rb);
-    rb = next;
-  }
-  return RTNORM;
-}
-
-wchar_t* acutNewString(const wchar_t* s) {
-  if (!s) return nullptr;
-  size_t n = std::wcslen(s) + 1;
-  auto* copy = static_cast<wchar_t*>(std::malloc(n * sizeof(wchar_t)));
-  if (copy) std::wmemcpy(copy, s, n);
-  return copy;
-}
-
 int acedGetVar(const wchar_t* sym, resbuf* result) {
   if (!sym || !result) return RTERROR;
   auto& vars = kwhost::detail::S().sysVars;
