@@ -8,7 +8,7 @@
 #include "app/RDPubApp.h"
 #include "common/encoding.h"
 #include "common/fileio.h"
-#include "common/paths.h"
+#include "services/paths.h"
 #include "kwhost/embedded.h"
 #include "msg/TraceLogo.h"
 #include "msg/internal/ModuleState.h"

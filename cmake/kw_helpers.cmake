@@ -1,10 +1,40 @@
 # Folder conventions shared by every subsystem:
 #   <dir>/*.cpp            sources of the target the folder belongs to
 #   <dir>/internal/*.cpp   private sources of the same target (their headers are not installed)
-#   <dir>/*_test.cpp       unit tests, built into one GoogleTest program "<dir>_test"
+#   <dir>/*_test.cpp       unit tests (and <dir>/internal/*_test.cpp), built into one GoogleTest
+#                          program "<dir>_test"
+# Any other subfolder holding sources must be named where the folder is built (ELSEWHERE), or
+# configuration fails: a new folder is never silently left out of the build and the tests.
 # New files are picked up by re-running the configure step (CONFIGURE_DEPENDS).
 
+# Fails configuration when a subfolder of <dir> other than internal/ holds C or C++ sources
+# and is not one of the ELSEWHERE folders (paths relative to <dir>, built by their own rule).
+function(kw_check_subfolders dir)
+  cmake_parse_arguments(C "" "" "ELSEWHERE" ${ARGN})
+  set(root ${CMAKE_SOURCE_DIR}/${dir})
+  file(GLOB_RECURSE all CONFIGURE_DEPENDS RELATIVE ${root} ${root}/*.cpp ${root}/*.cc ${root}/*.c)
+  foreach(file ${all})
+    get_filename_component(sub ${file} DIRECTORY)
+    set(listed FALSE)
+    if(sub STREQUAL "" OR sub STREQUAL "internal")
+      set(listed TRUE)
+    endif()
+    foreach(other ${C_ELSEWHERE})
+      if(sub STREQUAL other OR sub MATCHES "^${other}/")
+        set(listed TRUE)
+      endif()
+    endforeach()
+    if(NOT listed)
+      message(FATAL_ERROR "${dir}/${sub} holds sources (${dir}/${file}) that no rule builds: "
+                          "list the folder where ${dir} is built")
+    endif()
+  endforeach()
+endfunction()
+
+# kw_folder_sources(<out> <dir> [ELSEWHERE <subfolder>...]): the folder's sources, tests left
+# out, after checking that no other subfolder holds sources.
 function(kw_folder_sources out dir)
+  kw_check_subfolders(${dir} ${ARGN})
   file(GLOB all CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/${dir}/*.cpp
        ${CMAKE_SOURCE_DIR}/${dir}/internal/*.cpp)
   list(FILTER all EXCLUDE REGEX "_test\\.cpp$")
@@ -12,7 +42,8 @@ function(kw_folder_sources out dir)
 endfunction()
 
 function(kw_folder_tests out dir)
-  file(GLOB all CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/${dir}/*_test.cpp)
+  file(GLOB all CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/${dir}/*_test.cpp
+       ${CMAKE_SOURCE_DIR}/${dir}/internal/*_test.cpp)
   set(${out} ${all} PARENT_SCOPE)
 endfunction()
 

@@ -19,7 +19,7 @@
 #include "common/encoding.h"
 #include "common/fileio.h"
 #include "common/format.h"
-#include "common/paths.h"
+#include "services/paths.h"
 #include "msg/internal/TraceLogoBlock.h"
 
 extern char** environ;

@@ -11,7 +11,7 @@
 
 #include "common/encoding.h"
 #include "common/fileio.h"
-#include "common/paths.h"
+#include "services/paths.h"
 #include "msg/TraceLogo.h"
 #include "msg/internal/TraceLogoBlock.h"
 

@@ -4,7 +4,7 @@
 
 #include "common/encoding.h"
 #include "common/fileio.h"
-#include "common/paths.h"
+#include "services/paths.h"
 #include "host/api/docman.h"
 #include "kwhost/embedded.h"
 #include "msg/KWMsgTracker.h"

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "common/format.h"
-#include "common/paths.h"
+#include "services/paths.h"
 #include "common/text.h"
 #include "host/api/adesk.h"
 #include "host/api/editor.h"

@@ -8,7 +8,7 @@
 #include <iterator>
 
 #include "common/fileio.h"
-#include "common/paths.h"
+#include "services/paths.h"
 #include "kwhost/embedded.h"
 
 namespace {

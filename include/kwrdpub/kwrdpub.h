@@ -9,10 +9,10 @@
 #include "host/api/ge.h"
 
 // Common services: GUIDs, paths, file titles and number text, data providers.
-#include "common/FileUtils.h"
-#include "common/RoadDataProviders.h"
+#include "services/FileUtils.h"
+#include "services/RoadDataProviders.h"
 #include "common/guid.h"
-#include "common/paths.h"
+#include "services/paths.h"
 
 // ---------------------------------------------------------------- module entry (app/)
 #include "app/AcRxArxApp.h"

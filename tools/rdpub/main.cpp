@@ -10,7 +10,6 @@
 #include <editline/readline.h>
 #include <unistd.h>
 
-#include <climits>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -20,6 +19,7 @@
 
 #include "common/encoding.h"
 #include "common/fileio.h"
+#include "common/install.h"
 #include "common/text.h"
 #include "host/api/editor.h"
 #include "kwhost/embedded.h"
@@ -57,23 +57,16 @@ bool ParseArgs(int argc, char** argv, Options* opt) {
   return true;
 }
 
-std::wstring ExecutableFolder() {
-  char buf[PATH_MAX];
-  ssize_t n = readlink("/proc/self/exe", buf, sizeof(buf) - 1);
-  if (n <= 0) return L".";
-  return kw::ParentOf(kw::FromUtf8(std::string(buf, static_cast<size_t>(n))));
-}
-
-// The library: $KWRD_INSTALL_DIR, else beside the executable, else in ../lib of it.
+// The library: in the install folder ($KWRD_INSTALL_DIR, else the executable's), else beside
+// the executable, else in ../lib of it. Never relative to the working folder.
 std::wstring FindLibrary(std::vector<std::wstring>* tried) {
   std::vector<std::wstring> folders;
-  if (const char* dir = std::getenv("KWRD_INSTALL_DIR"); dir && *dir) {
-    folders.push_back(kw::FromUtf8(dir));
+  if (std::wstring install = kw::InstallFolder(); !install.empty()) folders.push_back(install);
+  if (std::wstring exe = kw::ExecutableFolder(); !exe.empty()) {
+    if (folders.empty() || folders.back() != exe) folders.push_back(exe);
+    folders.push_back(exe + L"/../" + kw::FromUtf8(KW_INSTALL_LIBDIR));
+    if (folders.back() != exe + L"/../lib") folders.push_back(exe + L"/../lib");
   }
-  std::wstring exe = ExecutableFolder();
-  folders.push_back(exe);
-  folders.push_back(exe + L"/../" + kw::FromUtf8(KW_INSTALL_LIBDIR));
-  if (folders.back() != exe + L"/../lib") folders.push_back(exe + L"/../lib");
   for (const std::wstring& folder : folders) {
     std::wstring path = kw::JoinPath(folder, kLibraryName);
     tried->push_back(path);

@@ -3,15 +3,40 @@
 
 #include "common/fileio.h"
 #include "host/api/docman.h"
-#include "host/embedded/internal/session.h"
+#include "host/embedded/docs/docs.h"
 #include "kwhost/embedded.h"
+
+namespace kwhost::docs {
+
+State::State() {
+  documents.push_back(std::make_unique<AcApDocument>(L"Drawing1.dwg"));
+  current = documents.back().get();
+}
+
+State& Docs() {
+  static State state;
+  return state;
+}
+
+AcApDocument* Open(const std::wstring& fileName) {
+  State& s = Docs();
+  s.documents.push_back(std::make_unique<AcApDocument>(fileName));
+  s.current = s.documents.back().get();
+  return s.current;
+}
+
+void Reset() {
+  Docs() = State();
+}
+
+}  // namespace kwhost::docs
 
 namespace {
 
-using kwhost::detail::S;
+using kwhost::docs::Docs;
 
 bool IsSessionDocument(const AcApDocument* doc) {
-  for (auto& d : S().documents) {
+  for (auto& d : Docs().documents) {
     if (d.get() == doc) return true;
   }
   return false;
@@ -29,11 +54,11 @@ AcAp::DocLockMode AcApDocument::lockMode(bool /*bIncludeMyLocks*/) const {
 }
 
 AcApDocument* AcApDocManager::curDocument() const {
-  return S().current;
+  return Docs().current;
 }
 
 int AcApDocManager::documentCount() const {
-  return static_cast<int>(S().documents.size());
+  return static_cast<int>(Docs().documents.size());
 }
 
 Acad::ErrorStatus AcApDocManager::lockDocument(AcApDocument* doc, AcAp::DocLockMode mode,
@@ -43,7 +68,7 @@ Acad::ErrorStatus AcApDocManager::lockDocument(AcApDocument* doc, AcAp::DocLockM
   if (!IsSessionDocument(doc) || mode == AcAp::kNone || mode == AcAp::kNotLocked) {
     return Acad::eInvalidInput;
   }
-  if (S().locksFail) return Acad::eNotApplicable;
+  if (Docs().locksFail) return Acad::eNotApplicable;
   doc->m_locks.push_back(mode);
   return Acad::eOk;
 }
@@ -55,6 +80,9 @@ Acad::ErrorStatus AcApDocManager::unlockDocument(AcApDocument* doc) {
   return Acad::eOk;
 }
 
+ACRX_NO_CONS_DEFINE_MEMBERS(AcApDocument, AcRxObject)
+ACRX_NO_CONS_DEFINE_MEMBERS(AcApDocManager, AcRxObject)
+
 AcApDocManager* acDocManagerPtr() {
   static AcApDocManager manager;
   return &manager;
@@ -63,26 +91,13 @@ AcApDocManager* acDocManagerPtr() {
 namespace kwhost {
 
 void SetDocumentLocksFail(bool fail) {
-  detail::S().locksFail = fail;
+  docs::Docs().locksFail = fail;
 }
 
 void CloseAllDocuments() {
-  auto& s = detail::S();
+  auto& s = docs::Docs();
   s.current = nullptr;
   s.documents.clear();
-}
-
-void OpenDocument(const std::wstring& fileName) {
-  auto& s = detail::S();
-  s.documents.push_back(std::make_unique<AcApDocument>(fileName));
-  s.current = s.documents.back().get();
-  auto name = s.sysVars.find(L"DWGNAME");
-  if (name != s.sysVars.end()) name->second.text = s.current->docTitle();
-  auto prefix = s.sysVars.find(L"DWGPREFIX");
-  if (prefix != s.sysVars.end()) {
-    std::wstring folder = kw::ParentOf(fileName);
-    prefix->second.text = folder.empty() ? folder : folder + L"/";
-  }
 }
 
 }  // namespace kwhost

@@ -10,22 +10,22 @@
 #include "common/text.h"
 #include "host/api/aced.h"
 #include "host/api/acutads.h"
-#include "host/embedded/internal/session.h"
+#include "host/embedded/editor/editor.h"
 #include "kwhost/embedded.h"
 
-namespace kwhost::detail {
+namespace kwhost::editor {
 
 void Print(std::wstring_view text) {
-  Session& s = S();
-  if (s.sink) {
-    s.sink(text);
+  CommandLine& line = Editor().line;
+  if (line.sink) {
+    line.sink(text);
   } else {
-    s.captured.append(text);
+    line.captured.append(text);
   }
 }
 
 bool TakeLine(std::wstring* line) {
-  Session& s = S();
+  CommandLine& s = Editor().line;
   if (!s.input.empty()) {
     *line = std::move(s.input.front());
     s.input.pop_front();
@@ -41,7 +41,7 @@ bool TakeLine(std::wstring* line) {
 }
 
 const std::wstring* PeekLine() {
-  Session& s = S();
+  CommandLine& s = Editor().line;
   if (s.input.empty() && s.reader && !s.readerInteractive) {
     std::wstring line;
     if (TakeLine(&line)) s.input.push_back(std::move(line));
@@ -49,11 +49,11 @@ const std::wstring* PeekLine() {
   return s.input.empty() ? nullptr : &s.input.front();
 }
 
-}  // namespace kwhost::detail
+}  // namespace kwhost::editor
 
 namespace {
 
-using kwhost::detail::S;
+using kwhost::editor::Editor;
 
 enum class Take { kWord, kLine };
 
@@ -61,19 +61,19 @@ enum class Take { kWord, kLine };
 // False at the end of input.
 bool TakeAnswer(Take mode, std::wstring* answer) {
   std::wstring line;
-  if (!kwhost::detail::TakeLine(&line)) return false;
+  if (!kwhost::editor::TakeLine(&line)) return false;
   size_t blank = mode == Take::kWord ? line.find(L' ') : std::wstring::npos;
   if (blank == std::wstring::npos) {
     *answer = std::move(line);
     return true;
   }
   *answer = line.substr(0, blank);
-  if (blank + 1 < line.size()) S().input.push_front(line.substr(blank + 1));
+  if (blank + 1 < line.size()) Editor().line.input.push_front(line.substr(blank + 1));
   return true;
 }
 
 void PrintPrompt(const wchar_t* prompt) {
-  if (prompt) kwhost::detail::Print(prompt);
+  if (prompt) kwhost::editor::Print(prompt);
 }
 
 // Copies the answer into the caller's buffer; RTERROR (buffer emptied) when it does not fit.
@@ -89,7 +89,7 @@ int Deliver(const std::wstring& text, wchar_t* result, size_t bufLen) {
 
 // The keyword the answer names, or "" when none. Matching follows the header's rules.
 std::wstring MatchKeyword(const std::wstring& answer) {
-  auto& s = S();
+  const kwhost::editor::PromptSettings& s = Editor().prompt;
   if (answer.empty()) return {};
   for (size_t i = 0; i < s.keywords.size(); ++i) {
     const std::wstring& kw = s.keywords[i];
@@ -109,11 +109,7 @@ std::wstring MatchKeyword(const std::wstring& answer) {
 
 // Clears the acedInitGet settings, which apply to one prompt only.
 struct InitGetScope {
-  ~InitGetScope() {
-    S().initFlags = 0;
-    S().keywords.clear();
-    S().globals.clear();
-  }
+  ~InitGetScope() { Editor().prompt.ClearInitGet(); }
 };
 
 bool ParseInt(const std::wstring& text, int* out) {
@@ -139,21 +135,21 @@ bool ParseReal(const std::wstring& text, double* out) {
 template <class Parse>
 int GetNumber(const wchar_t* prompt, const wchar_t* badText, Parse parse, double* value) {
   InitGetScope scope;
-  const int flags = S().initFlags;
+  const int flags = Editor().prompt.initFlags;
   for (;;) {
     PrintPrompt(prompt);
     std::wstring answer;
     if (!TakeAnswer(Take::kWord, &answer) || answer == L"^C") return RTCAN;
     if (answer.empty()) {
       if (!(flags & RSG_NONULL)) return RTNONE;
-      kwhost::detail::Print(L"\n需要输入值。");
+      kwhost::editor::Print(L"\n需要输入值。");
       continue;
     }
     if (parse(answer, value)) {
       if ((flags & RSG_NOZERO) && *value == 0) {
-        kwhost::detail::Print(L"\n值必须不为零。");
+        kwhost::editor::Print(L"\n值必须不为零。");
       } else if ((flags & RSG_NONEG) && *value < 0) {
-        kwhost::detail::Print(L"\n值必须为正。");
+        kwhost::editor::Print(L"\n值必须为正。");
       } else {
         return RTNORM;
       }
@@ -161,10 +157,10 @@ int GetNumber(const wchar_t* prompt, const wchar_t* badText, Parse parse, double
     }
     std::wstring keyword = MatchKeyword(answer);
     if (!keyword.empty()) {
-      S().lastKeyword = keyword;
+      Editor().prompt.lastKeyword = keyword;
       return RTKWORD;
     }
-    kwhost::detail::Print(badText);
+    kwhost::editor::Print(badText);
   }
 }
 
@@ -176,7 +172,7 @@ int acutPrintf(const wchar_t* format, ...) {
   va_start(args, format);
   std::wstring text = kw::VFormatW(format, args);
   va_end(args);
-  kwhost::detail::Print(text);
+  kwhost::editor::Print(text);
   return RTNORM;
 }
 
@@ -224,8 +220,8 @@ int acedGetKword(const wchar_t* prompt, wchar_t* result, size_t bufLen) {
   InitGetScope scope;
   if (!result || bufLen == 0) return RTERROR;
   result[0] = L'\0';
-  const bool anyText = S().keywords.empty();
-  const bool noNull = S().initFlags & RSG_NONULL;
+  const bool anyText = Editor().prompt.keywords.empty();
+  const bool noNull = Editor().prompt.initFlags & RSG_NONULL;
   for (;;) {
     PrintPrompt(prompt);
     std::wstring answer;
@@ -233,7 +229,7 @@ int acedGetKword(const wchar_t* prompt, wchar_t* result, size_t bufLen) {
     if (answer.empty() && !noNull) return RTNONE;
     std::wstring keyword = anyText ? answer : MatchKeyword(answer);
     if (!keyword.empty()) return Deliver(keyword, result, bufLen);
-    kwhost::detail::Print(answer.empty() ? L"\n需要输入值。" : L"\n无效选项关键字。");
+    kwhost::editor::Print(answer.empty() ? L"\n需要输入值。" : L"\n无效选项关键字。");
   }
 }
 
@@ -242,14 +238,13 @@ int acedGetInput(wchar_t* result) {
 }
 
 int acedGetInput(wchar_t* result, size_t bufLen) {
-  return Deliver(S().lastKeyword, result, bufLen);
+  return Deliver(Editor().prompt.lastKeyword, result, bufLen);
 }
 
 int acedInitGet(int val, const wchar_t* keywordList) {
-  auto& s = S();
+  kwhost::editor::PromptSettings& s = Editor().prompt;
+  s.ClearInitGet();
   s.initFlags = val;
-  s.keywords.clear();
-  s.globals.clear();
   bool global = false;
   for (const std::wstring& piece : kw::Split(kw::View(keywordList), L' ')) {
     if (piece.empty()) continue;
@@ -267,29 +262,29 @@ namespace kwhost {
 void QueueInput(const std::wstring& lines) {
   for (std::wstring& line : kw::Split(lines, L'\n')) {
     if (!line.empty() && line.back() == L'\r') line.pop_back();
-    detail::S().input.push_back(std::move(line));
+    editor::Editor().line.input.push_back(std::move(line));
   }
 }
 
 size_t PendingInput() {
-  return detail::S().input.size();
+  return editor::Editor().line.input.size();
 }
 void ClearInput() {
-  detail::S().input.clear();
+  editor::Editor().line.input.clear();
 }
 
 std::wstring TakeOutput() {
   std::wstring out;
-  out.swap(detail::S().captured);
+  out.swap(editor::Editor().line.captured);
   return out;
 }
 
 void SetOutputSink(std::function<void(std::wstring_view)> sink) {
-  detail::S().sink = std::move(sink);
+  editor::Editor().line.sink = std::move(sink);
 }
 
 void SetInputReader(std::function<bool(std::wstring*)> reader, bool interactive) {
-  auto& s = detail::S();
+  editor::CommandLine& s = editor::Editor().line;
   s.reader = std::move(reader);
   s.readerInteractive = interactive;
   s.readerDone = false;

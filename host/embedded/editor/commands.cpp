@@ -1,9 +1,6 @@
-// The command stack: groups of commands, looked up by name ignoring case.
-//
-// Invariants:
-//   1. Groups are kept in the order they were first added; a lookup searches the groups from
-//      the last added to the first, so a later group shadows an earlier one.
-//   2. Within a group, global names are unique ignoring case.
+// The command stack: groups of commands (the editor's state), looked up by name ignoring case.
+// A lookup searches the groups from the last added to the first, so a later group shadows an
+// earlier one.
 #include <algorithm>
 #include <memory>
 #include <string>
@@ -11,7 +8,7 @@
 
 #include "common/text.h"
 #include "host/api/accmd.h"
-#include "host/embedded/internal/session.h"
+#include "host/embedded/editor/editor.h"
 #include "kwhost/embedded.h"
 
 namespace {
@@ -34,10 +31,12 @@ class Command : public AcEdCommand {
   std::wstring m_groupText, m_globalText, m_localText;
 };
 
-struct Group {
-  std::wstring name;
-  std::vector<std::unique_ptr<Command>> commands;
-};
+using kwhost::editor::CommandGroup;
+using kwhost::editor::Editor;
+
+std::vector<CommandGroup>& Groups() {
+  return Editor().commands;
+}
 
 class CommandStack : public AcEdCommandStack {
  public:
@@ -48,8 +47,8 @@ class CommandStack : public AcEdCommandStack {
     if (kw::SafeLength(group) == 0 || kw::SafeLength(globalName) == 0 || !fn) {
       return Acad::eInvalidInput;
     }
-    Group* g = FindGroup(group);
-    if (!g) g = &m_groups.emplace_back(Group{group, {}});
+    CommandGroup* g = FindGroup(group);
+    if (!g) g = &Groups().emplace_back(CommandGroup{group, {}});
     for (auto& c : g->commands) {
       if (kw::EqualsNoCase(c->globalName(), globalName)) return Acad::eDuplicateKey;
     }
@@ -61,19 +60,20 @@ class CommandStack : public AcEdCommandStack {
   }
 
   Acad::ErrorStatus removeGroup(const wchar_t* group) override {
-    auto it = std::find_if(m_groups.begin(), m_groups.end(), [&](const Group& g) {
+    std::vector<CommandGroup>& groups = Groups();
+    auto it = std::find_if(groups.begin(), groups.end(), [&](const CommandGroup& g) {
       return kw::EqualsNoCase(g.name, kw::View(group));
     });
-    if (!group || it == m_groups.end()) return Acad::eKeyNotFound;
-    m_groups.erase(it);
+    if (!group || it == groups.end()) return Acad::eKeyNotFound;
+    groups.erase(it);
     return Acad::eOk;
   }
 
   Acad::ErrorStatus removeCmd(const wchar_t* group, const wchar_t* globalName) override {
-    Group* g = FindGroup(group);
+    CommandGroup* g = FindGroup(group);
     if (!g || !globalName) return Acad::eKeyNotFound;
     auto& cmds = g->commands;
-    auto it = std::find_if(cmds.begin(), cmds.end(), [&](const std::unique_ptr<Command>& c) {
+    auto it = std::find_if(cmds.begin(), cmds.end(), [&](const std::unique_ptr<AcEdCommand>& c) {
       return kw::EqualsNoCase(c->globalName(), globalName);
     });
     if (it == cmds.end()) return Acad::eKeyNotFound;
@@ -84,9 +84,9 @@ class CommandStack : public AcEdCommandStack {
   AcEdCommand* lookupGlobalCmd(const wchar_t* name) override { return Lookup(name, true); }
   AcEdCommand* lookupLocalCmd(const wchar_t* name) override { return Lookup(name, false); }
 
-  std::vector<std::wstring> GlobalNames() const {
+  static std::vector<std::wstring> GlobalNames() {
     std::vector<std::wstring> names;
-    for (auto& g : m_groups) {
+    for (auto& g : Groups()) {
       for (auto& c : g.commands) names.emplace_back(c->globalName());
     }
     std::sort(names.begin(), names.end(), [](const std::wstring& a, const std::wstring& b) {
@@ -100,27 +100,24 @@ class CommandStack : public AcEdCommandStack {
     return names;
   }
 
-  void Clear() { m_groups.clear(); }
-
  private:
-  Group* FindGroup(const wchar_t* name) {
-    for (auto& g : m_groups) {
+  static CommandGroup* FindGroup(const wchar_t* name) {
+    for (auto& g : Groups()) {
       if (kw::EqualsNoCase(g.name, kw::View(name))) return &g;
     }
     return nullptr;
   }
 
-  AcEdCommand* Lookup(const wchar_t* name, bool global) {
+  static AcEdCommand* Lookup(const wchar_t* name, bool global) {
     if (!name) return nullptr;
-    for (auto g = m_groups.rbegin(); g != m_groups.rend(); ++g) {
+    std::vector<CommandGroup>& groups = Groups();
+    for (auto g = groups.rbegin(); g != groups.rend(); ++g) {
       for (auto& c : g->commands) {
         if (kw::EqualsNoCase(global ? c->globalName() : c->localName(), name)) return c.get();
       }
     }
     return nullptr;
   }
-
-  std::vector<Group> m_groups;
 };
 
 CommandStack& Stack() {
@@ -134,13 +131,10 @@ AcEdCommandStack* acedRegCmds() {
   return &Stack();
 }
 
-namespace kwhost {
+ACRX_NO_CONS_DEFINE_MEMBERS(AcEdCommand, AcRxObject)
+ACRX_NO_CONS_DEFINE_MEMBERS(AcEdCommandStack, AcRxObject)
 
-namespace detail {
-void ClearCommands() {
-  Stack().Clear();
-}
-}  // namespace detail
+namespace kwhost {
 
 bool RunCommand(const wchar_t* globalName) {
   AcEdCommand* cmd = Stack().lookupGlobalCmd(globalName);
@@ -148,15 +142,12 @@ bool RunCommand(const wchar_t* globalName) {
   if (!cmd) return false;
   AcRxFunctionPtr fn = cmd->functionAddr();
   fn();
-  auto& s = detail::S();
-  s.initFlags = 0;
-  s.keywords.clear();
-  s.globals.clear();
+  editor::Editor().prompt.ClearInitGet();
   return true;
 }
 
 std::vector<std::wstring> CommandNames() {
-  return Stack().GlobalNames();
+  return CommandStack::GlobalNames();
 }
 
 }  // namespace kwhost

@@ -9,12 +9,12 @@
 #include "common/text.h"
 #include "host/api/aced.h"
 #include "host/api/win.h"
-#include "host/embedded/internal/session.h"
+#include "host/embedded/editor/editor.h"
 #include "kwhost/embedded.h"
 
 namespace {
 
-using kwhost::detail::S;
+using kwhost::editor::Editor;
 
 // A long console session keeps only the latest boxes and trace lines for inspection.
 constexpr size_t kKeptEntries = 10000;
@@ -49,12 +49,12 @@ std::vector<Button> ButtonsOf(UINT type) {
 
 // The answer line ("!YES"...) waiting for this box, taken from the input; 0 when none.
 int ScriptedAnswer(const std::vector<Button>& buttons) {
-  const std::wstring* next = kwhost::detail::PeekLine();
+  const std::wstring* next = kwhost::editor::PeekLine();
   if (!next || next->size() < 2 || (*next)[0] != L'!') return 0;
   std::wstring word = kw::Trim(next->substr(1));
   for (const Button& b : buttons) {
     if (kw::EqualsNoCase(word, b.name)) {
-      S().input.pop_front();
+      Editor().line.input.pop_front();
       return b.id;
     }
   }
@@ -73,8 +73,8 @@ int MessageBoxW(HWND /*owner*/, const wchar_t* text, const wchar_t* caption, UIN
   line += caption ? caption : L"Error";
   line += L"] ";
   line += kw::View(text);
-  Keep(&S().boxes, line);
-  kwhost::detail::Print(L"\n" + line);
+  Keep(&Editor().dialogs.boxes, line);
+  kwhost::editor::Print(L"\n" + line);
   std::vector<Button> buttons = ButtonsOf(type);
   if (int answer = ScriptedAnswer(buttons)) return answer;
   size_t def = (type & MB_DEFBUTTON3) ? 2 : (type & MB_DEFBUTTON2) ? 1 : 0;
@@ -106,7 +106,7 @@ BOOL GetSaveFileNameW(OPENFILENAMEW* ofn) {
 
 void OutputDebugStringW(const wchar_t* text) {
   if (!text) return;
-  Keep(&S().debugTrace, text);
+  Keep(&Editor().dialogs.debugTrace, text);
   if (std::getenv("KW_DEBUG_TRACE")) {
     std::string bytes = kw::ToUtf8(text);
     std::fprintf(stderr, "%s\n", bytes.c_str());
@@ -117,13 +117,13 @@ namespace kwhost {
 
 std::vector<std::wstring> TakeMessageBoxes() {
   std::vector<std::wstring> boxes;
-  boxes.swap(detail::S().boxes);
+  boxes.swap(editor::Editor().dialogs.boxes);
   return boxes;
 }
 
 std::vector<std::wstring> TakeDebugTrace() {
   std::vector<std::wstring> trace;
-  trace.swap(detail::S().debugTrace);
+  trace.swap(editor::Editor().dialogs.debugTrace);
   return trace;
 }
 

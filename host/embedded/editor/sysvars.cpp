@@ -6,12 +6,12 @@
 
 #include "host/api/aced.h"
 #include "host/api/acutads.h"
-#include "host/embedded/internal/session.h"
+#include "host/embedded/editor/editor.h"
 #include "kwhost/embedded.h"
 
 namespace {
 
-using kwhost::detail::SysVar;
+using kwhost::editor::SysVar;
 
 SysVar Short(int v, bool ro = false) {
   SysVar s;
@@ -82,10 +82,10 @@ void Store(SysVar* var, const resbuf* value) {
 
 }  // namespace
 
-namespace kwhost::detail {
+namespace kwhost::editor {
 
-void LoadDefaultSysVars(Session& s) {
-  s.sysVars = {
+SysVarMap DefaultSysVars() {
+  return {
       {L"ACADVER", Text(L"18.0s", true)},
       {L"CLAYER", Text(L"0")},
       {L"CMDECHO", Short(1)},
@@ -128,11 +128,17 @@ void LoadDefaultSysVars(Session& s) {
   };
 }
 
-}  // namespace kwhost::detail
+void SetVarText(const wchar_t* name, const std::wstring& text) {
+  SysVarMap& vars = Editor().sysVars;
+  auto it = vars.find(name);
+  if (it != vars.end()) it->second.text = text;
+}
+
+}  // namespace kwhost::editor
 
 int acedGetVar(const wchar_t* sym, resbuf* result) {
   if (!sym || !result) return RTERROR;
-  auto& vars = kwhost::detail::S().sysVars;
+  auto& vars = kwhost::editor::Editor().sysVars;
   auto it = vars.find(sym);
   if (it == vars.end()) return RTERROR;
   const SysVar& v = it->second;
@@ -159,7 +165,7 @@ int acedGetVar(const wchar_t* sym, resbuf* result) {
 
 int acedSetVar(const wchar_t* sym, const resbuf* value) {
   if (!sym || !value) return RTERROR;
-  auto& vars = kwhost::detail::S().sysVars;
+  auto& vars = kwhost::editor::Editor().sysVars;
   auto it = vars.find(sym);
   if (it == vars.end() || it->second.readOnly) return RTERROR;
   if (!SameKind(it->second.type, value->restype)) return RTERROR;
@@ -180,7 +186,7 @@ bool DefineSysVar(const wchar_t* name, const resbuf* value, bool readOnly) {
   var.type = t == RTPOINT ? static_cast<short>(RT3DPOINT) : t;
   var.readOnly = readOnly;
   Store(&var, value);
-  detail::S().sysVars[name] = var;
+  editor::Editor().sysVars[name] = var;
   return true;
 }
 

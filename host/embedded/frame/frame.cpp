@@ -1,38 +1,28 @@
-// The main frame: its message loop with watchers, thread timers and the host clock.
-#include <time.h>
-#include <unistd.h>
-
+// The main frame: its message loop with watchers, and window and thread timers.
 #include <algorithm>
-#include <ctime>
 
 #include "host/api/win.h"
-#include "host/embedded/internal/session.h"
+#include "host/embedded/frame/frame.h"
 #include "kwhost/embedded.h"
 
 namespace {
 
-using kwhost::detail::S;
-using kwhost::detail::Timer;
+using kwhost::frame::Frame;
+using kwhost::frame::Timer;
 
 constexpr UINT kMinElapse = 10;
 
-int64_t NowMs(clockid_t clock) {
-  timespec ts{};
-  clock_gettime(clock, &ts);
-  return static_cast<int64_t>(ts.tv_sec) * 1000 + ts.tv_nsec / 1000000;
-}
-
 // Shows the message to every watcher (a watcher may remove itself or others meanwhile).
 void ShowWatchers(const MSG& msg) {
-  std::vector<AcedWatchWinMsgFn> watchers = S().watchers;
+  std::vector<AcedWatchWinMsgFn> watchers = Frame().watchers;
   for (AcedWatchWinMsgFn fn : watchers) {
-    auto& live = S().watchers;
+    auto& live = Frame().watchers;
     if (std::find(live.begin(), live.end(), fn) != live.end()) fn(&msg);
   }
 }
 
 Timer* FindTimer(HWND hwnd, UINT_PTR id) {
-  for (Timer& t : S().timers) {
+  for (Timer& t : Frame().timers) {
     if (t.hwnd == hwnd && t.id == id) return &t;
   }
   return nullptr;
@@ -50,7 +40,7 @@ int FireTimers() {
   };
   std::vector<Due> due;
   const uint32_t now = GetTickCount();
-  for (const Timer& t : S().timers) {
+  for (const Timer& t : Frame().timers) {
     if (now - t.last >= t.elapse) due.push_back({t.hwnd, t.id});
   }
   for (const Due& d : due) {
@@ -66,28 +56,47 @@ int FireTimers() {
 
 }  // namespace
 
-namespace kwhost::detail {
+namespace kwhost::frame {
+
+State& Frame() {
+  static State state;
+  return state;
+}
+
 HWND MainFrame() {
   return reinterpret_cast<HWND>(static_cast<uintptr_t>(0x10000));
 }
-}  // namespace kwhost::detail
+
+bool Close() {
+  State& s = Frame();
+  if (s.closed) return false;
+  s.closed = true;
+  ShowWatchers(MakeMsg(MainFrame(), WM_CLOSE, 0, 0));
+  return true;
+}
+
+void Reset() {
+  Frame() = State();
+}
+
+}  // namespace kwhost::frame
 
 HWND adsw_acadMainWnd() {
-  return kwhost::detail::MainFrame();
+  return kwhost::frame::MainFrame();
 }
 HWND acedGetAcadFrame() {
-  return kwhost::detail::MainFrame();
+  return kwhost::frame::MainFrame();
 }
 
 bool acedRegisterWatchWinMsg(AcedWatchWinMsgFn fn) {
-  auto& w = S().watchers;
+  auto& w = Frame().watchers;
   if (!fn || std::find(w.begin(), w.end(), fn) != w.end()) return false;
   w.push_back(fn);
   return true;
 }
 
 bool acedRemoveWatchWinMsg(AcedWatchWinMsgFn fn) {
-  auto& w = S().watchers;
+  auto& w = Frame().watchers;
   auto it = std::find(w.begin(), w.end(), fn);
   if (it == w.end()) return false;
   w.erase(it);
@@ -95,7 +104,7 @@ bool acedRemoveWatchWinMsg(AcedWatchWinMsgFn fn) {
 }
 
 UINT_PTR SetTimer(HWND hwnd, UINT_PTR id, UINT elapseMs, TIMERPROC proc) {
-  auto& s = S();
+  auto& s = Frame();
   const UINT elapse = std::max(elapseMs, kMinElapse);
   if (Timer* existing = FindTimer(hwnd, id); existing && (hwnd || id != 0)) {
     *existing = Timer{hwnd, id, elapse, proc, GetTickCount()};
@@ -113,7 +122,7 @@ UINT_PTR SetTimer(HWND hwnd, UINT_PTR id, UINT elapseMs, TIMERPROC proc) {
 }
 
 BOOL KillTimer(HWND hwnd, UINT_PTR id) {
-  auto& timers = S().timers;
+  auto& timers = Frame().timers;
   auto it = std::find_if(timers.begin(), timers.end(),
                          [&](const Timer& t) { return t.hwnd == hwnd && t.id == id; });
   if (it == timers.end()) return FALSE;
@@ -121,50 +130,22 @@ BOOL KillTimer(HWND hwnd, UINT_PTR id) {
   return TRUE;
 }
 
-DWORD GetTickCount() {
-  auto& s = S();
-  if (s.manualClock) return s.manualTick;
-  return static_cast<DWORD>(NowMs(CLOCK_MONOTONIC));
-}
-
-void GetLocalTime(SYSTEMTIME* st) {
-  if (!st) return;
-  auto& s = S();
-  int64_t ms = s.manualClock ? s.manualMs : NowMs(CLOCK_REALTIME);
-  time_t secs = static_cast<time_t>(ms / 1000);
-  tm parts{};
-  if (s.manualClock) {
-    gmtime_r(&secs, &parts);  // the manual clock already counts local time
-  } else {
-    localtime_r(&secs, &parts);
-  }
-  *st = SYSTEMTIME{
-      static_cast<uint16_t>(parts.tm_year + 1900), static_cast<uint16_t>(parts.tm_mon + 1),
-      static_cast<uint16_t>(parts.tm_wday),        static_cast<uint16_t>(parts.tm_mday),
-      static_cast<uint16_t>(parts.tm_hour),        static_cast<uint16_t>(parts.tm_min),
-      static_cast<uint16_t>(parts.tm_sec),         static_cast<uint16_t>(ms % 1000)};
-}
-
-DWORD GetCurrentProcessId() {
-  return static_cast<DWORD>(getpid());
-}
-
 namespace kwhost {
 
 void PostMainFrameMessage(unsigned msg, WPARAM wParam, LPARAM lParam) {
-  PostWindowMessage(detail::MainFrame(), msg, wParam, lParam);
+  PostWindowMessage(frame::MainFrame(), msg, wParam, lParam);
 }
 
 void PostWindowMessage(HWND hwnd, unsigned msg, WPARAM wParam, LPARAM lParam) {
-  detail::S().posted.push_back(MakeMsg(hwnd, msg, wParam, lParam));
+  frame::Frame().posted.push_back(MakeMsg(hwnd, msg, wParam, lParam));
 }
 
 HWND NewWindow() {
-  return reinterpret_cast<HWND>(detail::S().nextWindow++);
+  return reinterpret_cast<HWND>(frame::Frame().nextWindow++);
 }
 
 int PumpMessages() {
-  auto& s = detail::S();
+  auto& s = frame::Frame();
   size_t count = s.posted.size();
   int handled = 0;
   for (size_t i = 0; i < count && !s.posted.empty(); ++i, ++handled) {
@@ -175,35 +156,8 @@ int PumpMessages() {
   return handled + FireTimers();
 }
 
-void CloseMainFrame() {
-  auto& s = detail::S();
-  if (s.frameClosed) return;
-  s.frameClosed = true;
-  ShowWatchers(MakeMsg(detail::MainFrame(), WM_CLOSE, 0, 0));
-  detail::UnloadAllModules();
-}
-
 bool MainFrameClosed() {
-  return detail::S().frameClosed;
-}
-
-void SetManualClock(uint32_t tickMs, int hour, int minute, int second) {
-  auto& s = detail::S();
-  s.manualClock = true;
-  s.manualTick = tickMs;
-  constexpr int64_t k20240101 = 1704067200;  // 2024-01-01 00:00:00, seconds since 1970
-  s.manualMs = (k20240101 + hour * 3600LL + minute * 60LL + second) * 1000;
-}
-
-void AdvanceClock(uint32_t ms) {
-  auto& s = detail::S();
-  if (!s.manualClock) return;
-  s.manualTick += ms;
-  s.manualMs += ms;
-}
-
-void UseRealClock() {
-  detail::S().manualClock = false;
+  return frame::Frame().closed;
 }
 
 }  // namespace kwhost

@@ -1,11 +1,9 @@
-// The main frame's loop: watchers, posted messages, thread timers, the clock and dialogs.
+// The main frame's loop: watchers, posted messages and timers.
 #include <gtest/gtest.h>
 
-#include <cstdio>
 #include <string>
 #include <vector>
 
-#include "common/fileio.h"
 #include "host/api/win.h"
 #include "kwhost/embedded.h"
 
@@ -86,81 +84,6 @@ TEST_F(Frame, TimerKilledByAnEarlierProcedureDoesNotFire) {
   kwhost::AdvanceClock(10);
   kwhost::PumpMessages();
   EXPECT_EQ(g_seen, std::vector<std::wstring>{L"kill"});
-}
-
-TEST_F(Frame, ManualClockGivesTicksAndLocalTime) {
-  SYSTEMTIME st{};
-  GetLocalTime(&st);
-  EXPECT_EQ(GetTickCount(), 1000u);
-  EXPECT_EQ(st.wHour * 10000 + st.wMinute * 100 + st.wSecond, 120304);
-  EXPECT_EQ(st.wYear, 2024);
-  EXPECT_EQ(st.wDayOfWeek, 1);
-  kwhost::SetManualClock(0xFFFFFFF0u, 23, 59, 59);
-  kwhost::AdvanceClock(60001);
-  GetLocalTime(&st);
-  EXPECT_EQ(GetTickCount(), 60001u - 16u);
-  EXPECT_EQ(st.wDay, 2);
-  EXPECT_EQ(st.wHour * 10000 + st.wMinute * 100 + st.wSecond, 59);  // 00:00:59.001
-  EXPECT_EQ(st.wMilliseconds, 1);
-  kwhost::UseRealClock();
-  DWORD t1 = GetTickCount();
-  EXPECT_GE(GetTickCount() - t1, 0u);
-}
-
-TEST_F(Frame, MessageBoxesPrintOneLineAndTakeDefaultOrScriptedAnswer) {
-  EXPECT_EQ(MessageBoxW(nullptr, L"文本", L"凯维提示", MB_OK | MB_ICONINFORMATION), IDOK);
-  EXPECT_EQ(MessageBoxW(nullptr, L"q", L"c", MB_YESNO | MB_DEFBUTTON2), IDNO);
-  kwhost::QueueInput(L"!cancel\nnext");
-  EXPECT_EQ(MessageBoxW(nullptr, L"q", nullptr, MB_YESNOCANCEL), IDCANCEL);
-  EXPECT_EQ(MessageBoxW(nullptr, L"q", L"c", MB_OK), IDOK);  // "next" is not a box answer
-  EXPECT_EQ(kwhost::PendingInput(), 1u);
-  EXPECT_EQ(kwhost::TakeMessageBoxes(),
-            (std::vector<std::wstring>{L"[凯维提示] 文本", L"[c] q", L"[Error] q", L"[c] q"}));
-  EXPECT_EQ(kwhost::TakeOutput(), L"\n[凯维提示] 文本\n[c] q\n[Error] q\n[c] q");
-}
-
-class SaveAs : public Frame {
- protected:
-  wchar_t file[64] = {};
-  OPENFILENAMEW ofn{nullptr, L"日志文件(*.log)|*.log||",
-                    file,    64,
-                    nullptr, OFN_HIDEREADONLY | OFN_OVERWRITEPROMPT,
-                    L".log"};
-};
-
-TEST_F(SaveAs, AppendsDefaultExtensionAndCancels) {
-  kwhost::QueueInput(L"out dir/trace\n/tmp/x.txt\n\n^C");
-  ASSERT_EQ(GetSaveFileNameW(&ofn), TRUE);
-  EXPECT_STREQ(file, L"out dir/trace.log");
-  ASSERT_EQ(GetSaveFileNameW(&ofn), TRUE);
-  EXPECT_STREQ(file, L"/tmp/x.txt");
-  EXPECT_EQ(GetSaveFileNameW(&ofn), FALSE);
-  EXPECT_EQ(GetSaveFileNameW(&ofn), FALSE);
-  EXPECT_EQ(GetSaveFileNameW(&ofn), FALSE);  // no input left
-  EXPECT_EQ(kwhost::TakeOutput(), L"\n另存为: \n另存为: \n另存为: \n另存为: \n另存为: ");
-  ofn.nMaxFile = 4;
-  kwhost::QueueInput(L"long.log");
-  EXPECT_EQ(GetSaveFileNameW(&ofn), FALSE);
-}
-
-TEST_F(SaveAs, ExistingFileIsConfirmed) {
-  char dir[] = "/tmp/kwhostXXXXXX";
-  ASSERT_NE(mkdtemp(dir), nullptr);
-  std::wstring path = kw::WidePath(dir) + L"/old.log";
-  ASSERT_TRUE(kw::Fs().WriteFileAtomic(path, "x"));
-  kwhost::QueueInput(path + L"\n!no\n" + path);
-  EXPECT_EQ(GetSaveFileNameW(&ofn), FALSE);
-  EXPECT_EQ(GetSaveFileNameW(&ofn), TRUE);  // default answer: yes
-  EXPECT_EQ(kwhost::TakeMessageBoxes().size(), 2u);
-  kw::Fs().RemoveFile(path);
-  rmdir(dir);
-}
-
-TEST_F(Frame, DebugTraceIsKept) {
-  OutputDebugStringW(L"Unload KWRDPub.arx");
-  OutputDebugStringW(nullptr);
-  EXPECT_EQ(kwhost::TakeDebugTrace(), std::vector<std::wstring>{L"Unload KWRDPub.arx"});
-  EXPECT_TRUE(kwhost::TakeDebugTrace().empty());
 }
 
 }  // namespace

@@ -1,56 +1,56 @@
-// The session: one embedded host per process, and its reset.
-#include "host/embedded/internal/session.h"
-
+// The session: the one embedded host of the process, made of its services. Each service owns
+// its state and knows how to reset it; this file only groups them, fixes the order in which a
+// session ends and a new one starts, and carries out the controls that span services.
+//
+// Reset order (ResetSession), and why:
+//   1. modules  every module gets kUnloadAppMsg while the rest of the session still stands, so
+//               its unload handler can remove its commands, watchers and timers;
+//   2. editor   commands, prompt settings, input and output, system variables, dialog logs;
+//   3. rx       registry entries others stored (the services' own entries stay pinned);
+//   4. frame    watchers, posted messages, timers, the clock; the main frame is open again;
+//   5. docs     one new "Drawing1.dwg".
+// Run-time classes survive every reset: modules cache their class pointers.
 #include <string>
-#include <vector>
 
+#include "common/fileio.h"
+#include "host/api/accmd.h"
 #include "host/api/rx.h"
+#include "host/embedded/docs/docs.h"
+#include "host/embedded/editor/editor.h"
+#include "host/embedded/frame/frame.h"
+#include "host/embedded/modules/modules.h"
+#include "host/embedded/rx/rx.h"
 #include "kwhost/embedded.h"
 
-namespace kwhost::detail {
-
-namespace {
-
-// Fills a fresh session with what a new host has: default system variables and one drawing.
-void Start(Session& s) {
-  LoadDefaultSysVars(s);
-  s.documents.push_back(std::make_unique<AcApDocument>(L"Drawing1.dwg"));
-  s.current = s.documents.back().get();
-}
-
-// Takes out (and frees) what others stored in the system registry.
-void ClearRegistryExtras() {
-  AcRxDictionary* reg = acrxSysRegistry();
-  std::vector<std::wstring> extras;
-  for (const auto& [key, obj] : reg->entries()) {
-    if (key != L"ClassDictionary" && key != L"DynamicLinker" &&
-        key != L"ACAD_REGISTERED_COMMANDS") {
-      extras.push_back(key);
-    }
+AcRxDictionary* acrxSysRegistry() {
+  AcRxDictionary& registry = kwhost::rx::Registry();
+  if (!registry.has(L"ClassDictionary")) {
+    kwhost::rx::Pin(L"ClassDictionary", acrxClassDictionaryPtr());
+    kwhost::rx::Pin(L"DynamicLinker", acrxDynamicLinkerPtr());
+    kwhost::rx::Pin(L"ACAD_REGISTERED_COMMANDS", acedRegCmds());
   }
-  for (const std::wstring& key : extras) delete reg->remove(key.c_str());
+  return &registry;
 }
-
-}  // namespace
-
-Session& S() {
-  static Session session;
-  static bool started = (Start(session), true);
-  (void)started;
-  return session;
-}
-
-}  // namespace kwhost::detail
 
 namespace kwhost {
 
 void ResetSession() {
-  detail::UnloadAllModules();
-  detail::ClearCommands();
-  detail::ClearRegistryExtras();
-  detail::Session& s = detail::S();
-  s = detail::Session();
-  detail::Start(s);
+  modules::Reset();
+  editor::Reset();
+  rx::Reset();
+  frame::Reset();
+  docs::Reset();
+}
+
+void OpenDocument(const std::wstring& fileName) {
+  AcApDocument* doc = docs::Open(fileName);
+  editor::SetVarText(L"DWGNAME", doc->docTitle());
+  std::wstring folder = kw::ParentOf(fileName);
+  editor::SetVarText(L"DWGPREFIX", folder.empty() ? folder : folder + L"/");
+}
+
+void CloseMainFrame() {
+  if (frame::Close()) modules::UnloadAll();
 }
 
 }  // namespace kwhost

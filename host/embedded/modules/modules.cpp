@@ -7,13 +7,13 @@
 #include "common/encoding.h"
 #include "common/fileio.h"
 #include "host/api/rx.h"
-#include "host/embedded/internal/session.h"
+#include "host/embedded/modules/modules.h"
 #include "kwhost/embedded.h"
 
 namespace {
 
-using kwhost::detail::Module;
-using kwhost::detail::S;
+using kwhost::modules::Module;
+using kwhost::modules::Modules;
 
 std::wstring DlError() {
   const char* text = dlerror();
@@ -26,7 +26,7 @@ void SetError(std::wstring* error, const std::wstring& text) {
 
 // Sends kUnloadAppMsg to the module at `index`, takes it out of the list and closes it.
 void Unload(size_t index) {
-  auto& modules = S().modules;
+  auto& modules = Modules().loaded;
   Module m = modules[index];
   m.entry(AcRx::kUnloadAppMsg, m.handle);
   // The unload handler may itself have changed the list: look the module up again.
@@ -41,16 +41,34 @@ void Unload(size_t index) {
 
 }  // namespace
 
+namespace kwhost::modules {
+
+State& Modules() {
+  static State state;
+  return state;
+}
+
+Module* FindByHandle(void* handle) {
+  for (Module& m : Modules().loaded) {
+    if (handle && m.handle == handle) return &m;
+  }
+  return nullptr;
+}
+
+void UnloadAll() {
+  while (!Modules().loaded.empty()) Unload(Modules().loaded.size() - 1);
+}
+
+void Reset() {
+  UnloadAll();
+}
+
+}  // namespace kwhost::modules
+
 namespace kwhost {
 
-namespace detail {
-void UnloadAllModules() {
-  while (!S().modules.empty()) Unload(S().modules.size() - 1);
-}
-}  // namespace detail
-
 bool LoadModule(const std::wstring& path, std::wstring* error) {
-  for (const Module& m : S().modules) {
+  for (const Module& m : Modules().loaded) {
     if (m.path == path) return true;
   }
   void* handle = dlopen(kw::NativePath(path).c_str(), RTLD_NOW | RTLD_LOCAL);
@@ -58,7 +76,7 @@ bool LoadModule(const std::wstring& path, std::wstring* error) {
     SetError(error, DlError());
     return false;
   }
-  for (const Module& m : S().modules) {
+  for (const Module& m : Modules().loaded) {
     if (m.handle == handle) {  // the same file under another name
       dlclose(handle);
       return true;
@@ -70,9 +88,9 @@ bool LoadModule(const std::wstring& path, std::wstring* error) {
     SetError(error, path + L": 找不到入口函数 acrxEntryPoint");
     return false;
   }
-  S().modules.push_back(Module{path, handle, entry});
+  Modules().loaded.push_back(Module{path, handle, entry});
   if (entry(AcRx::kInitAppMsg, handle) != AcRx::kRetOK) {
-    auto& modules = S().modules;
+    auto& modules = Modules().loaded;
     std::erase_if(modules, [&](const Module& m) { return m.handle == handle; });
     dlclose(handle);
     SetError(error, path + L": 模块初始化失败");
@@ -82,7 +100,7 @@ bool LoadModule(const std::wstring& path, std::wstring* error) {
 }
 
 bool UnloadModule(const std::wstring& path) {
-  auto& modules = S().modules;
+  auto& modules = Modules().loaded;
   for (size_t i = 0; i < modules.size(); ++i) {
     if (modules[i].path != path) continue;
     if (modules[i].locked) return false;
@@ -93,12 +111,12 @@ bool UnloadModule(const std::wstring& path) {
 }
 
 void UnloadModules() {
-  detail::UnloadAllModules();
+  modules::UnloadAll();
 }
 
 std::vector<std::wstring> LoadedModules() {
   std::vector<std::wstring> paths;
-  for (const Module& m : S().modules) paths.push_back(m.path);
+  for (const Module& m : Modules().loaded) paths.push_back(m.path);
   return paths;
 }
 

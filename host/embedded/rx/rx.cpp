@@ -1,10 +1,12 @@
-// Run-time classes, the system registry and the dynamic linker.
-#include "host/api/rx.h"
+// Run-time classes, dictionaries and the system registry's storage.
+#include "host/embedded/rx/rx.h"
+
+#include <set>
+#include <string>
+#include <vector>
 
 #include "common/text.h"
-#include "host/api/accmd.h"
-#include "host/api/docman.h"
-#include "host/embedded/internal/session.h"
+#include "host/api/rx.h"
 
 namespace {
 
@@ -14,16 +16,10 @@ AcRxDictionary& ClassDict() {
   return dict;
 }
 
-AcRxDictionary& Registry() {
-  static AcRxDictionary registry(false);
-  return registry;
-}
-
-kwhost::detail::Module* FindModule(void* appId) {
-  for (auto& m : kwhost::detail::S().modules) {
-    if (appId && m.handle == appId) return &m;
-  }
-  return nullptr;
+// Keys of the registry entries that stay for the life of the process.
+std::set<std::wstring>& PinnedKeys() {
+  static std::set<std::wstring> keys;
+  return keys;
 }
 
 }  // namespace
@@ -46,11 +42,6 @@ bool AcRxObject::isKindOf(const AcRxClass* cls) const {
 
 ACRX_NO_CONS_DEFINE_MEMBERS(AcRxClass, AcRxObject)
 ACRX_NO_CONS_DEFINE_MEMBERS(AcRxDictionary, AcRxObject)
-ACRX_NO_CONS_DEFINE_MEMBERS(AcRxDynamicLinker, AcRxObject)
-ACRX_NO_CONS_DEFINE_MEMBERS(AcEdCommand, AcRxObject)
-ACRX_NO_CONS_DEFINE_MEMBERS(AcEdCommandStack, AcRxObject)
-ACRX_NO_CONS_DEFINE_MEMBERS(AcApDocument, AcRxObject)
-ACRX_NO_CONS_DEFINE_MEMBERS(AcApDocManager, AcRxObject)
 
 AcRxClass* AcRxClass::myParent() const {
   if (m_parentName.empty()) return nullptr;
@@ -94,16 +85,6 @@ AcRxObject* AcRxDictionary::remove(const wchar_t* key) {
   return obj;
 }
 
-AcRxDictionary* acrxSysRegistry() {
-  AcRxDictionary& reg = Registry();
-  if (!reg.has(L"ClassDictionary")) {
-    reg.atPut(L"ClassDictionary", &ClassDict());
-    reg.atPut(L"DynamicLinker", acrxDynamicLinkerPtr());
-    reg.atPut(L"ACAD_REGISTERED_COMMANDS", acedRegCmds());
-  }
-  return &reg;
-}
-
 AcRxDictionary* acrxClassDictionaryPtr() {
   return &ClassDict();
 }
@@ -132,38 +113,24 @@ void deleteAcRxClass(AcRxClass* cls) {
 
 void acrxBuildClassHierarchy() {}
 
-bool AcRxDynamicLinker::unlockApplication(void* appId) const {
-  auto* m = FindModule(appId);
-  if (m) m->locked = false;
-  return m != nullptr;
+namespace kwhost::rx {
+
+AcRxDictionary& Registry() {
+  static AcRxDictionary registry(false);
+  return registry;
 }
 
-bool AcRxDynamicLinker::lockApplication(void* appId) const {
-  auto* m = FindModule(appId);
-  if (m) m->locked = true;
-  return m != nullptr;
+void Pin(const wchar_t* key, AcRxObject* obj) {
+  Registry().atPut(key, obj);
+  PinnedKeys().insert(key);
 }
 
-bool AcRxDynamicLinker::isApplicationLocked(const wchar_t* moduleName) const {
-  for (auto& m : kwhost::detail::S().modules) {
-    if (kw::EqualsNoCase(m.path, kw::View(moduleName))) return m.locked;
+void Reset() {
+  std::vector<std::wstring> extras;
+  for (const auto& [key, obj] : Registry().entries()) {
+    if (!PinnedKeys().contains(key)) extras.push_back(key);
   }
-  return false;
+  for (const std::wstring& key : extras) delete Registry().remove(key.c_str());
 }
 
-bool AcRxDynamicLinker::registerAppMDIAware(void* appId) const {
-  auto* m = FindModule(appId);
-  if (m) m->mdiAware = true;
-  return m != nullptr;
-}
-
-bool AcRxDynamicLinker::registerAppNotMDIAware(void* appId) const {
-  auto* m = FindModule(appId);
-  if (m) m->mdiAware = false;
-  return m != nullptr;
-}
-
-AcRxDynamicLinker* acrxDynamicLinkerPtr() {
-  static AcRxDynamicLinker linker;
-  return &linker;
-}
+}  // namespace kwhost::rx

@@ -1,11 +1,10 @@
-#include "common/paths.h"
-
-#include <unistd.h>
+#include "services/paths.h"
 
 #include <cstdlib>
 #include <string>
 
 #include "common/fileio.h"
+#include "common/install.h"
 #include "common/text.h"
 
 namespace KWRDPub {
@@ -40,13 +39,6 @@ std::wstring XdgDataHome() {
   return v.empty() ? Home() + L"/.local/share" : v;
 }
 
-std::wstring ExecutableFolder() {
-  char buf[4096];
-  const ssize_t n = ::readlink("/proc/self/exe", buf, sizeof buf - 1);
-  if (n <= 0) return std::wstring();
-  return kw::ParentOf(kw::WidePath(std::string(buf, static_cast<size_t>(n))));
-}
-
 // The application context of this build: the four values the suite's folders start from.
 std::wstring ContextValue(const char* variable, std::wstring (*fallback)()) {
   const std::wstring v = Env(variable);
@@ -66,7 +58,7 @@ std::wstring DefaultWorkDir() {
 }  // namespace
 
 std::wstring GetInstallPath() {
-  return kw::TrimSeparatorsRight(ContextValue("KWRD_INSTALL_DIR", ExecutableFolder));
+  return kw::InstallFolder();
 }
 
 std::wstring GetWorkPath(bool bCreate) {

@@ -1,4 +1,4 @@
-#include "common/RoadDataProviders.h"
+#include "services/RoadDataProviders.h"
 
 #include <utility>
 #include <vector>

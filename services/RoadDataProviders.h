@@ -13,8 +13,8 @@
 //
 // The operation lists below are binary contracts with the modules that implement them: keep
 // their order (virtual slot order). Operations return host status codes where they return int.
-#ifndef KW_COMMON_ROADDATAPROVIDERS_H_
-#define KW_COMMON_ROADDATAPROVIDERS_H_
+#ifndef KW_SERVICES_ROADDATAPROVIDERS_H_
+#define KW_SERVICES_ROADDATAPROVIDERS_H_
 
 #include <cstdint>
 #include <string>
@@ -108,4 +108,4 @@ CInterProvider* SetInterProvider(CInterProvider* p);
 
 }  // namespace RoadDataProviders
 
-#endif  // KW_COMMON_ROADDATAPROVIDERS_H_
+#endif  // KW_SERVICES_ROADDATAPROVIDERS_H_

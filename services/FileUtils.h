@@ -1,6 +1,6 @@
 // File-name and number text helpers shared by the suite's modules.
-#ifndef KW_COMMON_FILEUTILS_H_
-#define KW_COMMON_FILEUTILS_H_
+#ifndef KW_SERVICES_FILEUTILS_H_
+#define KW_SERVICES_FILEUTILS_H_
 
 #include <string>
 
@@ -27,4 +27,4 @@ std::wstring FormatString(double value, int decimals, bool bKeepZeros);
 
 }  // namespace KWRDPub
 
-#endif  // KW_COMMON_FILEUTILS_H_
+#endif  // KW_SERVICES_FILEUTILS_H_

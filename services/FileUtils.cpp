@@ -1,4 +1,4 @@
-#include "common/FileUtils.h"
+#include "services/FileUtils.h"
 
 #include <cmath>
 

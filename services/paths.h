@@ -15,8 +15,8 @@
 // GetCurUserKeldornPath) are computed and created on first use and then cached for the life of
 // the process: later calls never touch the disk, even when the folder was removed meanwhile.
 // A folder that cannot be created is still returned; the caller's own file operation fails.
-#ifndef KW_COMMON_PATHS_H_
-#define KW_COMMON_PATHS_H_
+#ifndef KW_SERVICES_PATHS_H_
+#define KW_SERVICES_PATHS_H_
 
 #include <string>
 
@@ -43,4 +43,4 @@ std::wstring GetSoftName();
 
 }  // namespace KWRDPub
 
-#endif  // KW_COMMON_PATHS_H_
+#endif  // KW_SERVICES_PATHS_H_

@@ -1,4 +1,4 @@
-#include "common/paths.h"
+#include "services/paths.h"
 
 #include <gtest/gtest.h>
 #include <stdlib.h>

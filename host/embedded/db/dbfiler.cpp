@@ -1,3 +1,4 @@
+// The filer base class: its run-time class and the defaults of a filer that keeps no version.
 #include "host/api/dbfiler.h"
 
 ACRX_NO_CONS_DEFINE_MEMBERS(AcDbDwgFiler, AcRxObject)

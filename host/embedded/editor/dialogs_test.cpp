@@ -1,0 +1,76 @@
+// Dialogs on the command line: message boxes, the save-as prompt and the debugging trace.
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+#include "common/fileio.h"
+#include "host/api/win.h"
+#include "kwhost/embedded.h"
+
+namespace {
+
+class Dialogs : public ::testing::Test {
+ protected:
+  void SetUp() override { kwhost::ResetSession(); }
+};
+
+TEST_F(Dialogs, MessageBoxesPrintOneLineAndTakeDefaultOrScriptedAnswer) {
+  EXPECT_EQ(MessageBoxW(nullptr, L"文本", L"凯维提示", MB_OK | MB_ICONINFORMATION), IDOK);
+  EXPECT_EQ(MessageBoxW(nullptr, L"q", L"c", MB_YESNO | MB_DEFBUTTON2), IDNO);
+  kwhost::QueueInput(L"!cancel\nnext");
+  EXPECT_EQ(MessageBoxW(nullptr, L"q", nullptr, MB_YESNOCANCEL), IDCANCEL);
+  EXPECT_EQ(MessageBoxW(nullptr, L"q", L"c", MB_OK), IDOK);  // "next" is not a box answer
+  EXPECT_EQ(kwhost::PendingInput(), 1u);
+  EXPECT_EQ(kwhost::TakeMessageBoxes(),
+            (std::vector<std::wstring>{L"[凯维提示] 文本", L"[c] q", L"[Error] q", L"[c] q"}));
+  EXPECT_EQ(kwhost::TakeOutput(), L"\n[凯维提示] 文本\n[c] q\n[Error] q\n[c] q");
+}
+
+class SaveAs : public Dialogs {
+ protected:
+  wchar_t file[64] = {};
+  OPENFILENAMEW ofn{nullptr, L"日志文件(*.log)|*.log||",
+                    file,    64,
+                    nullptr, OFN_HIDEREADONLY | OFN_OVERWRITEPROMPT,
+                    L".log"};
+};
+
+TEST_F(SaveAs, AppendsDefaultExtensionAndCancels) {
+  kwhost::QueueInput(L"out dir/trace\n/tmp/x.txt\n\n^C");
+  ASSERT_EQ(GetSaveFileNameW(&ofn), TRUE);
+  EXPECT_STREQ(file, L"out dir/trace.log");
+  ASSERT_EQ(GetSaveFileNameW(&ofn), TRUE);
+  EXPECT_STREQ(file, L"/tmp/x.txt");
+  EXPECT_EQ(GetSaveFileNameW(&ofn), FALSE);
+  EXPECT_EQ(GetSaveFileNameW(&ofn), FALSE);
+  EXPECT_EQ(GetSaveFileNameW(&ofn), FALSE);  // no input left
+  EXPECT_EQ(kwhost::TakeOutput(), L"\n另存为: \n另存为: \n另存为: \n另存为: \n另存为: ");
+  ofn.nMaxFile = 4;
+  kwhost::QueueInput(L"long.log");
+  EXPECT_EQ(GetSaveFileNameW(&ofn), FALSE);
+}
+
+TEST_F(SaveAs, ExistingFileIsConfirmed) {
+  char dir[] = "/tmp/kwhostXXXXXX";
+  ASSERT_NE(mkdtemp(dir), nullptr);
+  std::wstring path = kw::WidePath(dir) + L"/old.log";
+  ASSERT_TRUE(kw::Fs().WriteFileAtomic(path, "x"));
+  kwhost::QueueInput(path + L"\n!no\n" + path);
+  EXPECT_EQ(GetSaveFileNameW(&ofn), FALSE);
+  EXPECT_EQ(GetSaveFileNameW(&ofn), TRUE);  // default answer: yes
+  EXPECT_EQ(kwhost::TakeMessageBoxes().size(), 2u);
+  kw::Fs().RemoveFile(path);
+  rmdir(dir);
+}
+
+TEST_F(Dialogs, DebugTraceIsKept) {
+  OutputDebugStringW(L"Unload KWRDPub.arx");
+  OutputDebugStringW(nullptr);
+  EXPECT_EQ(kwhost::TakeDebugTrace(), std::vector<std::wstring>{L"Unload KWRDPub.arx"});
+  EXPECT_TRUE(kwhost::TakeDebugTrace().empty());
+}
+
+}  // namespace

@@ -1,0 +1,107 @@
+// The editor service: the command line (queued input, the reader behind it, where output
+// goes), the settings of acedInitGet, the command stack, system variables, and what dialogs
+// left for inspection.
+//
+// States of the command line: lines come from `input` first, then from `reader` until it
+// reports the end of input; after that only queued lines are taken.
+//
+// Invariants:
+//   1. `line.input` holds whole lines; the front one may be the rest of a partly taken line.
+//   2. `line.readerDone` is set once the reader reported the end of input; it is never asked
+//      again.
+//   3. `prompt` holds acedInitGet's settings for the next prompt only: every acedGet* call and
+//      every command run clears them.
+//   4. Command groups are kept in the order first added; within a group, global names are
+//      unique ignoring case.
+//   5. `dialogs` keeps at most the latest 10,000 boxes and trace lines.
+#ifndef KW_HOST_EMBEDDED_EDITOR_EDITOR_H_
+#define KW_HOST_EMBEDDED_EDITOR_EDITOR_H_
+
+#include <cstdint>
+#include <deque>
+#include <functional>
+#include <map>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "common/text.h"
+#include "host/api/accmd.h"
+#include "host/api/adsdef.h"
+
+namespace kwhost::editor {
+
+struct CommandLine {
+  std::deque<std::wstring> input;
+  std::function<bool(std::wstring*)> reader;
+  bool readerInteractive = false;
+  bool readerDone = false;
+  std::wstring captured;
+  std::function<void(std::wstring_view)> sink;
+};
+
+struct PromptSettings {
+  int initFlags = 0;
+  std::vector<std::wstring> keywords;  // local names as listed
+  std::vector<std::wstring> globals;   // global names, same positions
+  std::wstring lastKeyword;
+  // Forgets the acedInitGet settings (the last keyword stays).
+  void ClearInitGet();
+};
+
+struct CommandGroup {
+  std::wstring name;
+  std::vector<std::unique_ptr<AcEdCommand>> commands;
+};
+
+struct DialogLog {
+  std::vector<std::wstring> boxes;
+  std::vector<std::wstring> debugTrace;
+};
+
+// A system variable's value (one resbuf's worth, strings owned here).
+struct SysVar {
+  short type = RTSHORT;
+  double point[3] = {0, 0, 0};  // RTREAL uses point[0]
+  int64_t integer = 0;          // RTSHORT, RTLONG
+  std::wstring text;            // RTSTR
+  bool readOnly = false;
+};
+
+struct NoCaseLess {
+  bool operator()(const std::wstring& a, const std::wstring& b) const {
+    return kw::CompareNoCase(a, b) < 0;
+  }
+};
+using SysVarMap = std::map<std::wstring, SysVar, NoCaseLess>;
+
+// The system variables of a new drawing.
+SysVarMap DefaultSysVars();
+
+struct State {
+  CommandLine line;
+  PromptSettings prompt;
+  std::vector<CommandGroup> commands;
+  SysVarMap sysVars = DefaultSysVars();
+  DialogLog dialogs;
+};
+
+State& Editor();
+// A new session's editor: no commands, input, output, sink or reader; default variables.
+void Reset();
+
+// Writes text to the output sink (or the capture buffer).
+void Print(std::wstring_view text);
+// The next raw input line (queue, then reader). False at the end of input.
+bool TakeLine(std::wstring* line);
+// A peek at the next line for message boxes: queued, or read ahead from a non-interactive
+// reader (and queued). False when there is none.
+const std::wstring* PeekLine();
+// Sets the text of a variable, read-only or not (the drawing's name when a document opens);
+// nothing when there is no such variable.
+void SetVarText(const wchar_t* name, const std::wstring& text);
+
+}  // namespace kwhost::editor
+
+#endif  // KW_HOST_EMBEDDED_EDITOR_EDITOR_H_
