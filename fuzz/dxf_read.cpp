@@ -1,12 +1,15 @@
 // Arbitrary bytes as a DXF drawing file, ASCII or binary. Reading may fail but must not crash,
-// hang or allocate beyond the input's size; every record that was read writes back (ASCII and
-// binary) to tags that read again to the same codes and values.
+// hang or allocate beyond the input's size. Every record that was read writes back (ASCII and
+// binary) to tags that read again to the same codes and values, and a drawing that was read
+// writes back to files that read again.
 #include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "host/api/dbmain.h"
+#include "host/embedded/dxf/drawingfile.h"
 #include "host/embedded/dxf/records.h"
 #include "host/embedded/dxf/tagwriter.h"
 
@@ -59,6 +62,18 @@ void CheckRoundTrip(const std::vector<Record>& records, bool binary) {
   if (again.failed() || i != records.size()) __builtin_trap();
 }
 
+// The drawing read from the input, written in both forms, must read again.
+void CheckDrawing(std::string_view bytes) {
+  AcDbDatabase db(false, true);
+  if (kwhost::dxf::ReadDrawingBytes(bytes, db, nullptr) != Acad::eOk) return;
+  for (bool binary : {false, true}) {
+    std::string out;
+    if (kwhost::dxf::WriteDrawingBytes(db, "", binary, &out) != Acad::eOk) __builtin_trap();
+    AcDbDatabase again(false, true);
+    if (kwhost::dxf::ReadDrawingBytes(out, again, nullptr) != Acad::eOk) __builtin_trap();
+  }
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
@@ -82,5 +97,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     CheckRoundTrip(records, false);
     CheckRoundTrip(records, true);
   }
+  CheckDrawing(bytes);
   return 0;
 }
