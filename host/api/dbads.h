@@ -1,19 +1,14 @@
 // The drawing database seen through result-buffer lists: entity names (ads_name) and ids,
-// an entity's DXF list, symbol table lookups, and building result-buffer lists.
+// an entity's DXF list and symbol table lookups.
 //
 // In these lists a result buffer's restype is the DXF group code; its value is held as the code
 // asks (acdbDxfValueKind). Lists handed out are owned by the caller and freed with acutRelRb.
 #ifndef KW_HOST_API_DBADS_H_
 #define KW_HOST_API_DBADS_H_
 
+#include "host/api/acutads.h"
+#include "host/api/adsdef.h"
 #include "host/api/dbmain.h"
-#include "host/api/editor.h"
-
-// Group 0 in acutBuildList, where 0 ends the list.
-inline constexpr int RTDXF0 = 5020;
-// List begin and end.
-inline constexpr int RTLB = 5016;
-inline constexpr int RTLE = 5017;
 
 // How the value of a DXF group code (or of one of the RT* types) is held in a result buffer;
 // kInvalid for a code that has no meaning (acutBuildList refuses it).
@@ -46,10 +41,5 @@ resbuf* acdbEntGet(const ads_name name);
 resbuf* acdbTblSearch(const wchar_t* table, const wchar_t* symbol, int setNext);
 // The next record of the table (rewind: the first one); null at the end.
 resbuf* acdbTblNext(const wchar_t* table, int rewind);
-
-// A list from (type, value) pairs ended by 0: strings as const wchar_t*, reals as double,
-// points as const double*, shorts and ints as int, names as const int64_t*. RTDXF0 stands for
-// group 0. Null on an unknown type (nothing leaks).
-resbuf* acutBuildList(int type, ...);
 
 #endif  // KW_HOST_API_DBADS_H_

@@ -3,8 +3,8 @@
 #include <cmath>
 #include <numbers>
 
+#include "host/api/acutads.h"
 #include "host/api/dbents.h"
-#include "host/api/editor.h"
 #include "host/embedded/db/geom.h"
 #include "host/embedded/db/store.h"
 

@@ -1,10 +1,10 @@
 // The common properties of entities and colours.
 #include <cmath>
 
+#include "host/api/acutads.h"
 #include "host/api/dbcolor.h"
 #include "host/api/dbmain.h"
 #include "host/api/dbsymtb.h"
-#include "host/api/editor.h"
 #include "host/embedded/db/store.h"
 
 using kwhost::db::ObjectAccess;

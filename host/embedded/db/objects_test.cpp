@@ -14,11 +14,12 @@ namespace {
 class Objects : public ::testing::Test {
  protected:
   void SetUp() override {
+    previous = acdbHostApplicationServices()->workingDatabase();
     db = std::make_unique<AcDbDatabase>();
     acdbHostApplicationServices()->setWorkingDatabase(db.get());
     lineId = AddLine(AcGePoint3d(0, 0, 0), AcGePoint3d(10, 0, 0));
   }
-  void TearDown() override { acdbHostApplicationServices()->setWorkingDatabase(nullptr); }
+  void TearDown() override { acdbHostApplicationServices()->setWorkingDatabase(previous); }
 
   AcDbObjectId AddLine(const AcGePoint3d& a, const AcGePoint3d& b) {
     AcDbBlockTable* blocks = nullptr;
@@ -35,6 +36,7 @@ class Objects : public ::testing::Test {
     return id;
   }
 
+  AcDbDatabase* previous = nullptr;
   std::unique_ptr<AcDbDatabase> db;
   AcDbObjectId lineId;
 };

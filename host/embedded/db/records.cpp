@@ -7,8 +7,8 @@
 #include <cmath>
 
 #include "common/text.h"
+#include "host/api/acutads.h"
 #include "host/api/dbsymtb.h"
-#include "host/api/editor.h"
 #include "host/embedded/db/store.h"
 
 using kwhost::db::ObjectAccess;

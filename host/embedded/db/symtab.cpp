@@ -5,8 +5,8 @@
 //   2. No two live records of a table have names equal ignoring case.
 //   3. The name index, when built, holds exactly the live records (store.h, 5).
 #include "common/text.h"
+#include "host/api/acutads.h"
 #include "host/api/dbsymtb.h"
-#include "host/api/editor.h"
 #include "host/embedded/db/store.h"
 
 using kwhost::db::ObjectAccess;

@@ -19,10 +19,11 @@ namespace {
 class Tables : public ::testing::Test {
  protected:
   void SetUp() override {
+    previous = acdbHostApplicationServices()->workingDatabase();
     db = std::make_unique<AcDbDatabase>();
     acdbHostApplicationServices()->setWorkingDatabase(db.get());
   }
-  void TearDown() override { acdbHostApplicationServices()->setWorkingDatabase(nullptr); }
+  void TearDown() override { acdbHostApplicationServices()->setWorkingDatabase(previous); }
 
   // Names of the live records in table order.
   template <class Table>
@@ -57,6 +58,7 @@ class Tables : public ::testing::Test {
     return es;
   }
 
+  AcDbDatabase* previous = nullptr;
   std::unique_ptr<AcDbDatabase> db;
 };
 
