@@ -8,10 +8,10 @@
 #include "app/RDPubApp.h"
 #include "common/encoding.h"
 #include "common/fileio.h"
-#include "services/paths.h"
 #include "kwhost/embedded.h"
 #include "msg/TraceLogo.h"
 #include "msg/internal/ModuleState.h"
+#include "services/paths.h"
 
 namespace {
 

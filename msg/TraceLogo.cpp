@@ -19,8 +19,8 @@
 #include "common/encoding.h"
 #include "common/fileio.h"
 #include "common/format.h"
-#include "services/paths.h"
 #include "msg/internal/TraceLogoBlock.h"
+#include "services/paths.h"
 
 extern char** environ;
 

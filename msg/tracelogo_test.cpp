@@ -11,9 +11,9 @@
 
 #include "common/encoding.h"
 #include "common/fileio.h"
-#include "services/paths.h"
 #include "msg/TraceLogo.h"
 #include "msg/internal/TraceLogoBlock.h"
+#include "services/paths.h"
 
 namespace {
 

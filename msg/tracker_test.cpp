@@ -4,10 +4,10 @@
 
 #include "common/encoding.h"
 #include "common/fileio.h"
-#include "services/paths.h"
 #include "host/api/docman.h"
 #include "kwhost/embedded.h"
 #include "msg/KWMsgTracker.h"
+#include "services/paths.h"
 
 namespace {
 

@@ -7,11 +7,11 @@
 #include <vector>
 
 #include "common/format.h"
-#include "services/paths.h"
 #include "common/text.h"
 #include "host/api/adesk.h"
 #include "host/api/editor.h"
 #include "persist/XMLPrivateProfile.h"
+#include "services/paths.h"
 
 namespace RDUserConfig {
 namespace {

@@ -8,8 +8,8 @@
 #include <iterator>
 
 #include "common/fileio.h"
-#include "services/paths.h"
 #include "kwhost/embedded.h"
+#include "services/paths.h"
 
 namespace {
 

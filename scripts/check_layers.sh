@@ -73,7 +73,7 @@ reason() {
         service_reason "$file" "$target"
       fi ;;
     *)
-      is_library "$file" || return
+      is_library "${file#include/}" || return
       if [[ "$target" == host/embedded/* ]]; then
         echo "the library sees the host only through host/api/"
       elif [[ "$target" == kwhost/* && "$file" != *_test.cpp ]]; then

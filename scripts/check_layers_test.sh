@@ -85,6 +85,11 @@ expect_fail library_includes_embedded \
   "persist/Model.cpp:2: includes host/embedded/db/db.h: the library sees the host only through host/api/"
 
 new_tree
+put include/kwrdpub/kwrdpub.h '#include "host/api/rx.h"' '#include <host/embedded/rx/rx.h>'
+expect_fail public_header_includes_embedded \
+  "include/kwrdpub/kwrdpub.h:2: includes host/embedded/rx/rx.h: the library sees the host only through host/api/"
+
+new_tree
 put services/paths.cpp '#include "kwhost/embedded.h"'
 expect_fail library_source_uses_host_controls \
   "services/paths.cpp:1: includes kwhost/embedded.h: only the library's tests use the embedded host's controls"

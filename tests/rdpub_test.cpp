@@ -1,11 +1,16 @@
 // The console host end to end: scripts and piped input drive the probe module through rdpub.
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cstdio>
+#include <cstdlib>
 #include <fstream>
 #include <string>
+#include <vector>
 
 namespace {
 
@@ -30,6 +35,34 @@ Outcome Shell(const std::string& command) {
   return run;
 }
 
+struct Measured {
+  int status;
+  long peakKb;  // the largest resident set the program had, in KiB
+};
+
+// Runs rdpub with these arguments (output thrown away) and reports its peak resident memory.
+// Under AddressSanitizer freed memory is returned at once (no quarantine), so that the figure is
+// the program's own memory.
+Measured RunMeasured(std::vector<std::string> args) {
+  args.insert(args.begin(), KW_RDPUB);
+  std::vector<char*> argv;
+  for (std::string& a : args) argv.push_back(a.data());
+  argv.push_back(nullptr);
+  const pid_t pid = fork();
+  if (pid == 0) {
+    const int null = open("/dev/null", O_WRONLY);
+    dup2(null, STDOUT_FILENO);
+    dup2(null, STDERR_FILENO);
+    setenv("ASAN_OPTIONS", "quarantine_size_mb=0:detect_leaks=0", 1);
+    execv(argv[0], argv.data());
+    _exit(127);
+  }
+  int raw = 0;
+  rusage usage{};
+  if (pid < 0 || wait4(pid, &raw, 0, &usage) != pid) return {-1, 0};
+  return {WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, usage.ru_maxrss};
+}
+
 class Rdpub : public ::testing::Test {
  protected:
   void SetUp() override {
@@ -39,8 +72,8 @@ class Rdpub : public ::testing::Test {
   }
   void TearDown() override { Shell("rm -rf '" + folder_ + "'"); }
 
-  std::string Script(const std::string& text) {
-    std::string path = folder_ + "/run.scr";
+  std::string Script(const std::string& text, const std::string& name = "run.scr") {
+    std::string path = folder_ + "/" + name;
     std::ofstream(path) << text;
     return path;
   }
@@ -122,6 +155,47 @@ TEST_F(Rdpub, StartFailuresExitNonZero) {
   Outcome noScript = Shell(rdpub + " --module " + kProbe + " --script /nonexistent.scr 2>&1");
   EXPECT_EQ(noScript.status, 1);
   EXPECT_EQ(Shell(rdpub + " --bogus 2>/dev/null").status, 1);
+}
+
+TEST_F(Rdpub, AnOverlongScriptLineIsCutLikeAPipedOne) {
+  Outcome run = WithScript(std::string(8 << 20, 'x') + "\nProbeInt 3\n");
+  EXPECT_EQ(run.status, 0);
+  EXPECT_NE(run.out.find("\"" + std::string(65536, 'X') + "\""), std::string::npos);
+  EXPECT_LT(run.out.size(), 70000u);
+  EXPECT_NE(run.out.find("probe: int 5100 3"), std::string::npos);
+}
+
+TEST_F(Rdpub, AScriptIsReadAsAStreamInMemoryIndependentOfItsLength) {
+  // 4 MiB of empty lines: held in memory at once, they took over thirty times their size.
+  const std::string empty = Script("", "empty.scr");
+  const std::string lines = Script(std::string(4 << 20, '\n'), "lines.scr");
+  Measured small = RunMeasured({"--module", kProbe, "--script", empty});
+  Measured large = RunMeasured({"--module", kProbe, "--script", lines});
+  EXPECT_EQ(small.status, 0);
+  EXPECT_EQ(large.status, 0);
+  EXPECT_LT(large.peakKb - small.peakKb, 4 << 10) << small.peakKb << " KiB, then " << large.peakKb;
+}
+
+TEST_F(Rdpub, AFifoIsReadAsAStreamAndDevNullIsAnEmptyScript) {
+  const std::string fifo = folder_ + "/run.fifo";
+  ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+  const std::string rdpub = std::string(KW_RDPUB) + " --module " + kProbe + " --script ";
+  Outcome streamed =
+      Shell("{ printf 'ProbeInt 3\\n' > " + fifo + " & } ; timeout 60 " + rdpub + fifo + " 2>&1");
+  EXPECT_EQ(streamed.status, 0);
+  EXPECT_EQ(streamed.out,
+            "\nprobe: loaded\nint: \nprobe: int 5100 3\nprobe: WM_CLOSE\nprobe: unloaded same");
+  Outcome empty = Shell(rdpub + "/dev/null 2>&1");
+  EXPECT_EQ(empty.status, 0);
+  EXPECT_EQ(empty.out, "\nprobe: loaded\nprobe: WM_CLOSE\nprobe: unloaded same");
+}
+
+TEST_F(Rdpub, AFolderOrAMissingFileIsAnUnreadableScript) {
+  const std::string rdpub = std::string(KW_RDPUB) + " --module " + kProbe + " --script ";
+  Outcome folder = Shell(rdpub + folder_ + " 2>&1");
+  EXPECT_EQ(folder.status, 1);
+  EXPECT_EQ(folder.out, "rdpub: cannot read script " + folder_ + "\n");
+  EXPECT_EQ(Shell(rdpub + folder_ + "/missing.scr 2>/dev/null").status, 1);
 }
 
 }  // namespace

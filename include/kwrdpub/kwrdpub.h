@@ -9,9 +9,9 @@
 #include "host/api/ge.h"
 
 // Common services: GUIDs, paths, file titles and number text, data providers.
+#include "common/guid.h"
 #include "services/FileUtils.h"
 #include "services/RoadDataProviders.h"
-#include "common/guid.h"
 #include "services/paths.h"
 
 // ---------------------------------------------------------------- module entry (app/)

@@ -8,6 +8,8 @@
 // Exit status: 0 after a normal close; 1 for bad arguments or an unreadable script; 2 when a
 // module given at start cannot be loaded.
 #include <editline/readline.h>
+#include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <csignal>
@@ -26,7 +28,6 @@
 
 namespace {
 
-constexpr uint64_t kMaxScriptBytes = 64ull << 20;
 constexpr size_t kMaxLineBytes = 64 << 10;
 constexpr const wchar_t* kLibraryName = L"libkwrdpub.so";
 
@@ -81,37 +82,54 @@ void WriteStdout(std::wstring_view text) {
   std::fflush(stdout);
 }
 
-// Input from a script file: its lines, read once.
-std::function<bool(std::wstring*)> ScriptReader(std::vector<std::wstring> lines) {
-  auto shared = std::make_shared<std::vector<std::wstring>>(std::move(lines));
-  auto next = std::make_shared<size_t>(0);
-  return [shared, next](std::wstring* line) {
-    if (*next >= shared->size()) return false;
-    *line = (*shared)[(*next)++];
-    return true;
-  };
+// One line of `in` without its "\n", of which at most kMaxLineBytes bytes are kept: the rest of
+// a longer line is read and dropped, so endless input without a line end cannot exhaust memory.
+// False at the end of input.
+bool ReadCappedLine(FILE* in, std::string* bytes) {
+  bytes->clear();
+  int c;
+  while ((c = getc_unlocked(in)) != EOF && c != '\n') {
+    if (bytes->size() < kMaxLineBytes) bytes->push_back(static_cast<char>(c));
+  }
+  return c != EOF || !bytes->empty();
 }
 
-bool LoadScript(const std::wstring& path, std::vector<std::wstring>* lines) {
-  std::string bytes;
-  if (!kw::Fs().ReadFile(path, &bytes, kMaxScriptBytes)) return false;
-  if (bytes.starts_with("\xEF\xBB\xBF")) bytes.erase(0, 3);
-  *lines = kw::Split(kw::FromUtf8(bytes), L'\n');
-  if (!lines->empty() && lines->back().empty()) lines->pop_back();
-  return true;
-}
-
-// Standard input that is not a terminal. A line is kept up to kMaxLineBytes; the rest of a
-// longer one is read and dropped, so endless input without a line end cannot exhaust memory.
+// Standard input that is not a terminal: UTF-8 lines.
 bool ReadStdinLine(std::wstring* line) {
   std::string bytes;
-  int c;
-  while ((c = std::fgetc(stdin)) != EOF && c != '\n') {
-    if (bytes.size() < kMaxLineBytes) bytes.push_back(static_cast<char>(c));
-  }
-  if (c == EOF && bytes.empty()) return false;
+  if (!ReadCappedLine(stdin, &bytes)) return false;
   *line = kw::FromUtf8(bytes);
   return true;
+}
+
+using ScriptFile = std::unique_ptr<FILE, int (*)(FILE*)>;
+
+// The script, opened as a stream: a file, a FIFO (opening waits for its writer, and lines are
+// read as they are written) or a device such as /dev/null (an empty script). Null when it
+// cannot be opened for reading or is a folder.
+ScriptFile OpenScript(const std::wstring& path) {
+  ScriptFile none(nullptr, std::fclose);
+  const int fd = ::open(kw::NativePath(path).c_str(), O_RDONLY | O_CLOEXEC);
+  if (fd < 0) return none;
+  struct stat st;
+  FILE* file = nullptr;
+  if (::fstat(fd, &st) != 0 || S_ISDIR(st.st_mode) || !(file = ::fdopen(fd, "r"))) {
+    ::close(fd);
+    return none;
+  }
+  return ScriptFile(file, std::fclose);
+}
+
+// The script's lines (UTF-8, a byte order mark at its start skipped), read one at a time.
+std::function<bool(std::wstring*)> ScriptReader(FILE* script) {
+  return [script, first = true](std::wstring* line) mutable {
+    std::string bytes;
+    if (!ReadCappedLine(script, &bytes)) return false;
+    if (first && bytes.starts_with("\xEF\xBB\xBF")) bytes.erase(0, 3);
+    first = false;
+    *line = kw::FromUtf8(bytes);
+    return true;
+  };
 }
 
 // Ctrl-C at the terminal cancels, as in a CAD command line, and never ends rdpub. While libedit
@@ -240,13 +258,14 @@ int main(int argc, char** argv) {
   }
   kwhost::SetOutputSink(WriteStdout);
   bool interactive = false;
+  ScriptFile script(nullptr, std::fclose);
   if (!opt.script.empty()) {
-    std::vector<std::wstring> lines;
-    if (!LoadScript(opt.script, &lines)) {
+    script = OpenScript(opt.script);
+    if (!script) {
       std::fprintf(stderr, "rdpub: cannot read script %s\n", kw::ToUtf8(opt.script).c_str());
       return 1;
     }
-    kwhost::SetInputReader(ScriptReader(std::move(lines)));
+    kwhost::SetInputReader(ScriptReader(script.get()));
   } else if (isatty(STDIN_FILENO)) {
     interactive = true;
     SetUpTerminal();

@@ -24,29 +24,38 @@ void Print(std::wstring_view text) {
   }
 }
 
-bool TakeLine(std::wstring* line) {
+namespace {
+
+// Queues the reader's next line when the queue is empty. False when no line is queued after.
+bool FillQueue() {
   CommandLine& s = Editor().line;
-  if (!s.input.empty()) {
-    *line = std::move(s.input.front());
-    s.input.pop_front();
-    return true;
-  }
+  if (!s.input.empty()) return true;
   if (!s.reader || s.readerDone) return false;
-  if (!s.reader(line)) {
+  std::wstring line;
+  if (!s.reader(&line)) {
     s.readerDone = true;
     return false;
   }
-  if (!line->empty() && line->back() == L'\r') line->pop_back();
+  if (!line.empty() && line.back() == L'\r') line.pop_back();
+  s.input.push_back(std::move(line));
+  s.taken = 0;
   return true;
 }
 
-const std::wstring* PeekLine() {
+}  // namespace
+
+bool PeekLine(std::wstring_view* rest) {
   CommandLine& s = Editor().line;
-  if (s.input.empty() && s.reader && !s.readerInteractive) {
-    std::wstring line;
-    if (TakeLine(&line)) s.input.push_back(std::move(line));
-  }
-  return s.input.empty() ? nullptr : &s.input.front();
+  if (s.input.empty() && (s.readerInteractive || !FillQueue())) return false;
+  *rest = std::wstring_view(s.input.front()).substr(s.taken);
+  return true;
+}
+
+void DropLine() {
+  CommandLine& s = Editor().line;
+  if (s.input.empty()) return;
+  s.input.pop_front();
+  s.taken = 0;
 }
 
 }  // namespace kwhost::editor
@@ -57,18 +66,29 @@ using kwhost::editor::Editor;
 
 enum class Take { kWord, kLine };
 
-// The next answer: a word (up to the first blank; the rest stays queued) or the whole line.
-// False at the end of input.
+// The next answer: a word (up to the first blank; the rest stays queued) or the rest of the
+// line. False at the end of input. Only the answer is copied, so taking every word of a line
+// costs time and memory in proportion to the line.
 bool TakeAnswer(Take mode, std::wstring* answer) {
-  std::wstring line;
-  if (!kwhost::editor::TakeLine(&line)) return false;
-  size_t blank = mode == Take::kWord ? line.find(L' ') : std::wstring::npos;
-  if (blank == std::wstring::npos) {
-    *answer = std::move(line);
+  if (!kwhost::editor::FillQueue()) return false;
+  kwhost::editor::CommandLine& s = Editor().line;
+  std::wstring_view rest = std::wstring_view(s.input.front()).substr(s.taken);
+  const size_t blank = mode == Take::kWord ? rest.find(L' ') : std::wstring_view::npos;
+  if (blank == std::wstring_view::npos) {
+    if (s.taken == 0) {
+      *answer = std::move(s.input.front());
+    } else {
+      answer->assign(rest);
+    }
+    kwhost::editor::DropLine();
     return true;
   }
-  *answer = line.substr(0, blank);
-  if (blank + 1 < line.size()) Editor().line.input.push_front(line.substr(blank + 1));
+  answer->assign(rest.substr(0, blank));
+  if (blank + 1 < rest.size()) {
+    s.taken += blank + 1;
+  } else {
+    kwhost::editor::DropLine();
+  }
   return true;
 }
 
@@ -271,6 +291,7 @@ size_t PendingInput() {
 }
 void ClearInput() {
   editor::Editor().line.input.clear();
+  editor::Editor().line.taken = 0;
 }
 
 std::wstring TakeOutput() {

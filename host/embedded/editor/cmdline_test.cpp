@@ -1,13 +1,72 @@
 // The command line as modules see it: prompts, answers from queued input, cancel and keywords.
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <cstdlib>
+#include <new>
 #include <string>
 
 #include "host/api/aced.h"
 #include "host/api/acutads.h"
 #include "kwhost/embedded.h"
 
+// Every operator new of this test program goes through a byte counter, so that a test can bound
+// what a call allocates (memory proportional to its input, never to its square).
 namespace {
+
+std::atomic<bool> g_counting{false};
+std::atomic<size_t> g_bytes{0};
+
+void* Counted(size_t size) {
+  if (g_counting.load(std::memory_order_relaxed)) g_bytes.fetch_add(size);
+  void* p = std::malloc(size ? size : 1);
+  if (!p) throw std::bad_alloc();
+  return p;
+}
+
+}  // namespace
+
+void* operator new(size_t size) {
+  return Counted(size);
+}
+void* operator new[](size_t size) {
+  return Counted(size);
+}
+void* operator new(size_t size, const std::nothrow_t&) noexcept {
+  try {
+    return Counted(size);
+  } catch (...) {
+    return nullptr;
+  }
+}
+void* operator new[](size_t size, const std::nothrow_t& tag) noexcept {
+  return operator new(size, tag);
+}
+void operator delete(void* p) noexcept {
+  std::free(p);
+}
+void operator delete[](void* p) noexcept {
+  std::free(p);
+}
+void operator delete(void* p, size_t) noexcept {
+  std::free(p);
+}
+void operator delete[](void* p, size_t) noexcept {
+  std::free(p);
+}
+
+namespace {
+
+// Bytes handed out by operator new while an object of this class lives.
+class CountedBytes {
+ public:
+  CountedBytes() {
+    g_bytes = 0;
+    g_counting = true;
+  }
+  ~CountedBytes() { g_counting = false; }
+  size_t Bytes() const { return g_bytes.load(); }
+};
 
 class CommandLine : public ::testing::Test {
  protected:
@@ -145,6 +204,33 @@ TEST_F(CommandLine, OutputSinkReceivesTextInOrder) {
   acutPrintf(L"%s", L"b");
   EXPECT_EQ(seen, L"ab");
   EXPECT_EQ(kwhost::TakeOutput(), L"");
+}
+
+TEST_F(CommandLine, TakingWordsCopiesEachWordOnceNotTheRestOfTheLine) {
+  constexpr size_t kWords = 4000;
+  std::wstring line;
+  for (size_t i = 0; i < kWords; ++i) line += L"w ";
+  kwhost::QueueInput(line);
+  std::wstring word;
+  size_t bytes = 0;
+  {
+    CountedBytes counted;
+    for (size_t i = 0; i < kWords; ++i) {
+      ASSERT_TRUE(kwhost::NextInputWord(&word));
+      ASSERT_EQ(word, L"w");
+    }
+    bytes = counted.Bytes();
+  }
+  EXPECT_EQ(kwhost::PendingInput(), 0u);
+  EXPECT_LT(bytes, line.size() * sizeof(wchar_t));  // not even one copy of the line
+}
+
+TEST_F(CommandLine, CounterSeesAllocations) {
+  CountedBytes counted;
+  std::wstring* volatile text = new std::wstring(100, L'x');
+  const size_t bytes = counted.Bytes();
+  delete text;
+  EXPECT_GE(bytes, 100 * sizeof(wchar_t));
 }
 
 }  // namespace

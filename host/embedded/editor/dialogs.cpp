@@ -49,12 +49,12 @@ std::vector<Button> ButtonsOf(UINT type) {
 
 // The answer line ("!YES"...) waiting for this box, taken from the input; 0 when none.
 int ScriptedAnswer(const std::vector<Button>& buttons) {
-  const std::wstring* next = kwhost::editor::PeekLine();
-  if (!next || next->size() < 2 || (*next)[0] != L'!') return 0;
-  std::wstring word = kw::Trim(next->substr(1));
+  std::wstring_view next;
+  if (!kwhost::editor::PeekLine(&next) || next.size() < 2 || next[0] != L'!') return 0;
+  std::wstring word = kw::Trim(next.substr(1));
   for (const Button& b : buttons) {
     if (kw::EqualsNoCase(word, b.name)) {
-      Editor().line.input.pop_front();
+      kwhost::editor::DropLine();
       return b.id;
     }
   }

@@ -29,6 +29,16 @@ TEST_F(Dialogs, MessageBoxesPrintOneLineAndTakeDefaultOrScriptedAnswer) {
   EXPECT_EQ(kwhost::TakeOutput(), L"\n[凯维提示] 文本\n[c] q\n[Error] q\n[c] q");
 }
 
+TEST_F(Dialogs, TheRestOfAPartlyTakenLineAnswersABox) {
+  kwhost::QueueInput(L"ProbeBox !no\nnext");
+  std::wstring word;
+  ASSERT_TRUE(kwhost::NextInputWord(&word));
+  EXPECT_EQ(word, L"ProbeBox");
+  EXPECT_EQ(MessageBoxW(nullptr, L"q", L"c", MB_YESNO), IDNO);
+  ASSERT_TRUE(kwhost::NextInputWord(&word));
+  EXPECT_EQ(word, L"next");
+}
+
 class SaveAs : public Dialogs {
  protected:
   wchar_t file[64] = {};

@@ -6,7 +6,9 @@
 // reports the end of input; after that only queued lines are taken.
 //
 // Invariants:
-//   1. `line.input` holds whole lines; the front one may be the rest of a partly taken line.
+//   1. `line.input` holds whole lines; the first `line.taken` characters of the front one were
+//      already taken as words (0 <= taken < its length, or 0 for an empty line), so taking a
+//      word never copies the rest of its line.
 //   2. `line.readerDone` is set once the reader reported the end of input; it is never asked
 //      again.
 //   3. `prompt` holds acedInitGet's settings for the next prompt only: every acedGet* call and
@@ -34,6 +36,7 @@ namespace kwhost::editor {
 
 struct CommandLine {
   std::deque<std::wstring> input;
+  size_t taken = 0;
   std::function<bool(std::wstring*)> reader;
   bool readerInteractive = false;
   bool readerDone = false;
@@ -93,11 +96,11 @@ void Reset();
 
 // Writes text to the output sink (or the capture buffer).
 void Print(std::wstring_view text);
-// The next raw input line (queue, then reader). False at the end of input.
-bool TakeLine(std::wstring* line);
-// A peek at the next line for message boxes: queued, or read ahead from a non-interactive
-// reader (and queued). False when there is none.
-const std::wstring* PeekLine();
+// A look at the rest of the next line for message boxes: queued, or read ahead from a
+// non-interactive reader (and queued). False when there is none. Valid until input changes.
+bool PeekLine(std::wstring_view* rest);
+// Drops the rest of the next queued line (the one PeekLine showed).
+void DropLine();
 // Sets the text of a variable, read-only or not (the drawing's name when a document opens);
 // nothing when there is no such variable.
 void SetVarText(const wchar_t* name, const std::wstring& text);
