@@ -33,6 +33,11 @@ std::wstring BackupName(const std::wstring& path) {
   return (has_ext ? path.substr(0, dot) : path) + L".bak";
 }
 
+std::string& LastMessage() {
+  static std::string message;
+  return message;
+}
+
 // Installs the database's drawing-file hooks when the host library loads.
 const bool kHooksInstalled = [] {
   db::SetDrawingReader([](const std::wstring& path, AcDbDatabase& db) {
@@ -71,17 +76,25 @@ Acad::ErrorStatus ReadDrawingBytes(std::string_view bytes, AcDbDatabase& db, std
   return es;
 }
 
+const std::string& LastReadMessage() {
+  return LastMessage();
+}
+
 Acad::ErrorStatus ReadDrawing(const std::wstring& path, AcDbDatabase& db, std::string* message) {
-  if (!kw::Fs().IsFile(path)) {
-    if (message) *message = "the file does not exist";
-    return Acad::eFileNotFound;
-  }
+  std::string& last = LastMessage();
+  Acad::ErrorStatus es = Acad::eOk;
   std::string bytes;
-  if (!kw::Fs().ReadFile(path, &bytes, kMaxDrawingBytes)) {
-    if (message) *message = "the file cannot be read";
-    return Acad::eFileAccessErr;
+  if (!kw::Fs().IsFile(path)) {
+    last = "the file does not exist";
+    es = Acad::eFileNotFound;
+  } else if (!kw::Fs().ReadFile(path, &bytes, kMaxDrawingBytes)) {
+    last = "the file cannot be read";
+    es = Acad::eFileAccessErr;
+  } else {
+    es = ReadDrawingBytes(bytes, db, &last);
   }
-  return ReadDrawingBytes(bytes, db, message);
+  if (message) *message = last;
+  return es;
 }
 
 Acad::ErrorStatus WriteDrawingBytes(AcDbDatabase& db, std::string_view version, bool binary,
@@ -112,6 +125,8 @@ Acad::ErrorStatus SaveDrawing(const std::wstring& path, AcDbDatabase& db, std::s
   }
   if (!kw::Fs().WriteFileAtomic(path, bytes)) return Acad::eFileAccessErr;
   db::Extras(db).fileName = path;
+  const std::string code = version.empty() ? DrawingVersion(db) : VersionCode(version);
+  db::Extras(db).setHeader("$ACADVER", db::Tags{{1, code}});
   return Acad::eOk;
 }
 

@@ -35,13 +35,18 @@ Acad::ErrorStatus ReadDrawing(const std::wstring& path, AcDbDatabase& db, std::s
 Acad::ErrorStatus WriteDrawingBytes(AcDbDatabase& db, std::string_view version, bool binary,
                                     std::string* bytes);
 // Saves atomically; an existing file at `path` is first copied to NAME.bak (the extension
-// replaced). eOk; eInvalidInput (version); eFileAccessErr when a write fails (the previous
-// file is then unchanged).
+// replaced). eOk, after which the drawing's file name and version are those saved;
+// eInvalidInput or eNotImplementedYet (version); eFileAccessErr when a write fails (the
+// previous file is then unchanged).
 Acad::ErrorStatus SaveDrawing(const std::wstring& path, AcDbDatabase& db,
                               std::string_view version = "", bool binary = false);
 
-// The version the drawing was read in ("AC1015" for a new drawing).
+// The version the drawing was read in or last saved as ("AC1015" for a new drawing).
 std::string DrawingVersion(const AcDbDatabase& db);
+
+// Why the last ReadDrawing (and so the last readDwgFile) failed; "" after a successful one.
+// The host is single-threaded: this is the one piece of state of the service.
+const std::string& LastReadMessage();
 
 }  // namespace kwhost::dxf
 

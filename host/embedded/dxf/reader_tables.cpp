@@ -183,19 +183,21 @@ bool Reader::TableRecord(std::string_view table) {
   for (const RawTag& t : rec_.tags) {
     if (t.code == 2 && name.empty()) name = t.text;
   }
-  if (name.empty()) return Fail("a table record without a name");
+  // Text styles of shape files have no name; every other record needs one.
+  const bool shapes = table == "STYLE" && name.empty();
+  if (name.empty() && !shapes) return Fail("a table record without a name");
   auto& names = table == "LAYER"          ? layers_
                 : table == "LTYPE"        ? linetypes_
                 : table == "STYLE"        ? styles_
                 : table == "BLOCK_RECORD" ? blocks_
                                           : layers_;
-  const bool named =
-      table == "LAYER" || table == "LTYPE" || table == "STYLE" || table == "BLOCK_RECORD";
+  const bool named = !shapes && (table == "LAYER" || table == "LTYPE" || table == "STYLE" ||
+                                 table == "BLOCK_RECORD");
   if (named && names.count(FoldName(name)) != 0) return Fail("a record defined twice");
   Identity id;
   AcDbSymbolTableRecord* record = MapRecord(table, rec_, &id);
   if (!record) return false;
-  if (!NameAsRead(*record, Wide(name))) {
+  if (!NameAsRead(*record, Wide(name)) && !shapes) {
     delete record;
     return Fail("a record name that is not valid");
   }

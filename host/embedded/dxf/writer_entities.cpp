@@ -8,8 +8,6 @@
 namespace kwhost::dxf {
 namespace {
 
-constexpr double kDegree = M_PI / 180.0;
-
 bool IsPseudo(std::string_view part) {
   return part == "BLOCK" || part == "ENDBLK" || part == "SEQEND";
 }
