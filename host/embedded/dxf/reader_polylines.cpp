@@ -56,7 +56,7 @@ bool Reader::Entity(AcDbObjectId block) {
   if (rec_.type == "POLYLINE") return Polyline(block);
   if (rec_.type == "INSERT" && FollowersAhead(rec_)) return KeptWithFollowers(block);
   Identity id;
-  AcDbEntity* entity = MapEntity(rec_, &id, block);
+  std::unique_ptr<AcDbEntity> entity(MapEntity(rec_, &id, block));
   if (records_.failed()) return false;
   if (!entity) return KeptWithFollowers(block);
   if (entity->layerId().isNull()) {
@@ -64,7 +64,7 @@ bool Reader::Entity(AcDbObjectId block) {
     const AcDbObjectId zero = found != layers_.end() ? found->second : CreateLayer("0");
     if (zero.isNull() || entity->setLayer(zero, false) != Acad::eOk) return false;
   }
-  return Add(entity, id, block, nullptr);
+  return Add(entity.release(), id, block, nullptr);
 }
 
 bool Reader::FollowersAhead(const Record& r) const {
