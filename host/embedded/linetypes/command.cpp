@@ -56,7 +56,7 @@ void LoadOption() {
   std::wstring prompt = L"\n输入线型文件名 <" + def + L">: ";
   if (acedGetString(0, prompt.c_str(), file) != RTNORM) return;
   const std::wstring path = *file ? file : def;
-  AcDbDatabase* db = acdbHostApplicationServices()->workingDatabase();
+  AcDbDatabase* db = kwhost::linetypes::TargetDatabase(nullptr);
   if (!db) return;
   bool replace = false;
   if (!AskReload(db, names, &replace)) return;
@@ -68,7 +68,7 @@ void LoadOption() {
 void SetOption() {
   wchar_t name[kAcedStringBufferLen] = {};
   if (acedGetString(0, L"\n指定线型名: ", name) != RTNORM || !*name) return;
-  AcDbDatabase* db = acdbHostApplicationServices()->workingDatabase();
+  AcDbDatabase* db = kwhost::linetypes::TargetDatabase(nullptr);
   AcDbLinetypeTable* table = nullptr;
   if (!db || db->getLinetypeTable(table) != Acad::eOk) return;
   AcDbObjectId id;

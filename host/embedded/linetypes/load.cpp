@@ -12,6 +12,7 @@
 #include "common/text.h"
 #include "host/api/acutads.h"
 #include "host/api/dbsymtb.h"
+#include "host/embedded/docs/docs.h"
 #include "host/embedded/editor/editor.h"
 #include "host/embedded/linetypes/linfile.h"
 #include "host/embedded/linetypes/shapes.h"
@@ -225,10 +226,16 @@ Acad::ErrorStatus ReadDefinitions(LoadContext& ctx, const wchar_t* file,
 
 }  // namespace
 
+AcDbDatabase* TargetDatabase(AcDbDatabase* db) {
+  if (db) return db;
+  kwhost::docs::Docs();
+  return acdbHostApplicationServices()->workingDatabase();
+}
+
 Acad::ErrorStatus Load(const wchar_t* pattern, const wchar_t* file, AcDbDatabase* db, bool replace,
                        std::vector<std::wstring>* loaded) {
   if (kw::SafeLength(pattern) == 0 || kw::SafeLength(file) == 0) return Acad::eInvalidInput;
-  if (!db) db = acdbHostApplicationServices()->workingDatabase();
+  db = TargetDatabase(db);
   if (!db) return Acad::eNoDatabase;
   LoadContext ctx;
   ctx.db = db;

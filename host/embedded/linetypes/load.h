@@ -17,6 +17,10 @@ namespace kwhost::linetypes {
 Acad::ErrorStatus Load(const wchar_t* pattern, const wchar_t* file, AcDbDatabase* db, bool replace,
                        std::vector<std::wstring>* loaded = nullptr);
 
+// `db`, or else the working database (the current document's; the documents are set up first
+// when nothing has asked for them yet). Null when there is none.
+AcDbDatabase* TargetDatabase(AcDbDatabase* db);
+
 }  // namespace kwhost::linetypes
 
 #endif  // KW_HOST_EMBEDDED_LINETYPES_LOAD_H_
