@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <bit>
 #include <cstring>
+#include <functional>
 
 namespace kw {
 namespace {
@@ -116,11 +117,13 @@ size_t DecodeUtf8At(std::string_view s, size_t i, char32_t* out) {
   return len;
 }
 
-// One iconv conversion from `from` to `to`. Unconvertible input is replaced (by '?' towards a
-// byte encoding, by U+FFFD towards wide text) one unit at a time, and conversion goes on.
+// One iconv conversion from `from` to `to`. Input iconv cannot convert is handed to
+// `on_bad(src, src_left, out)`, which appends a replacement and returns how many input bytes
+// to skip (at least one), and conversion goes on.
 // iconv descriptors are not thread-safe, so each conversion opens its own.
-std::string IconvConvert(const char* to, const char* from, const char* in, size_t in_bytes,
-                         const char* replacement, size_t replacement_bytes, size_t unit) {
+template <class OnBad>
+std::string IconvConvertWith(const char* to, const char* from, const char* in, size_t in_bytes,
+                             OnBad&& on_bad) {
   std::string out;
   iconv_t cd = iconv_open(to, from);
   if (cd == reinterpret_cast<iconv_t>(-1)) return out;
@@ -136,18 +139,28 @@ std::string IconvConvert(const char* to, const char* from, const char* in, size_
     if (r != static_cast<size_t>(-1)) break;
     if (errno == E2BIG) {
       out.resize(out.size() * 2);
-    } else {  // EILSEQ or EINVAL: replace the offending unit and go on
-      out.resize(std::max(out.size(), used + replacement_bytes + 16));
-      std::memcpy(out.data() + used, replacement, replacement_bytes);
-      used += replacement_bytes;
-      const size_t skip = std::min(unit, src_left);
-      src += skip;
-      src_left -= skip;
+      continue;
     }
+    out.resize(used);  // EILSEQ or EINVAL: replace the offending unit and go on
+    const size_t skip = std::max<size_t>(1, std::min(on_bad(src, src_left, out), src_left));
+    src += skip;
+    src_left -= skip;
+    used = out.size();
+    out.resize(used + src_left * 2 + 16);
   }
   out.resize(used);
   iconv_close(cd);
   return out;
+}
+
+// Unconvertible input is replaced (by '?' towards a byte encoding, by U+FFFD towards wide
+// text) one unit at a time.
+std::string IconvConvert(const char* to, const char* from, const char* in, size_t in_bytes,
+                         const char* replacement, size_t replacement_bytes, size_t unit) {
+  return IconvConvertWith(to, from, in, in_bytes, [&](const char*, size_t, std::string& out) {
+    out.append(replacement, replacement_bytes);
+    return unit;
+  });
 }
 
 std::string WideToBytes(std::wstring_view text, const char* encoding) {
@@ -289,6 +302,25 @@ std::string ToLocale(std::wstring_view text) {
 }
 std::wstring FromLocale(std::string_view bytes) {
   return BytesToWide(bytes, LocaleCodeset());
+}
+
+std::string CodePageToUtf8(std::string_view bytes, const char* codepage) {
+  return IconvConvert("UTF-8", codepage, bytes.data(), bytes.size(), "\xEF\xBF\xBD", 3, 1);
+}
+
+std::string Utf8ToCodePage(std::string_view utf8, const char* codepage,
+                           const std::function<void(char32_t, std::string&)>& unmappable) {
+  return IconvConvertWith(codepage, "UTF-8", utf8.data(), utf8.size(),
+                          [&](const char* src, size_t left, std::string& out) -> size_t {
+                            char32_t c = 0;
+                            const size_t len = DecodeUtf8At(std::string_view(src, left), 0, &c);
+                            if (len == 0) {
+                              out += '?';
+                              return 1;
+                            }
+                            unmappable(c, out);
+                            return len;
+                          });
 }
 
 }  // namespace kw

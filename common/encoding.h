@@ -16,6 +16,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <functional>
 #include <string>
 #include <string_view>
 
@@ -90,6 +91,14 @@ std::wstring FromUtf8(std::string_view bytes);
 
 std::string ToGbk(std::wstring_view text);
 std::wstring FromGbk(std::string_view bytes);
+
+// Any byte code page iconv knows by name ("CP936", "CP1252", ...) to and from UTF-8. Decoding
+// turns each invalid byte into U+FFFD; encoding hands every character the code page cannot
+// hold to `unmappable`, which appends its stand-in to the output (malformed UTF-8 becomes '?').
+// An unknown code page name gives "".
+std::string CodePageToUtf8(std::string_view bytes, const char* codepage);
+std::string Utf8ToCodePage(std::string_view utf8, const char* codepage,
+                           const std::function<void(char32_t, std::string&)>& unmappable);
 
 std::string ToLocale(std::wstring_view text);
 std::wstring FromLocale(std::string_view bytes);

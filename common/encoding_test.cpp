@@ -115,5 +115,19 @@ TEST(EncodingTest, LocaleEncodingFollowsTheProcessLocale) {
   std::setlocale(LC_CTYPE, old.c_str());
 }
 
+TEST(EncodingTest, CodePagesConvertToAndFromUtf8) {
+  EXPECT_EQ(CodePageToUtf8(Bytes({0xD6, 0xD0, 'a'}), "CP936"), "中a");
+  EXPECT_EQ(CodePageToUtf8(Bytes({0xE9}), "CP1252"), "é");
+  EXPECT_EQ(CodePageToUtf8(Bytes({'a', 0xD6}), "CP936"), "a\xEF\xBF\xBD");  // cut double byte
+  EXPECT_EQ(CodePageToUtf8("a", "NO-SUCH-PAGE"), "");
+  const auto escape = [](char32_t c, std::string& out) { out += "<" + std::to_string(c) + ">"; };
+  EXPECT_EQ(Utf8ToCodePage("中é", "CP936", escape), Bytes({0xD6, 0xD0, 0xA8, 0xA6}));
+  EXPECT_EQ(Utf8ToCodePage("a中b", "CP1252", escape), "a<20013>b");
+  EXPECT_EQ(Utf8ToCodePage("a\xFF"
+                           "b",
+                           "CP1252", escape),
+            "a?b");
+}
+
 }  // namespace
 }  // namespace kw

@@ -25,6 +25,7 @@ declare -A uses=(
   [modules]="rx"
   [frame]="rx"
   [editor]="rx db docs"
+  [linetypes]="rx db docs editor"
   [select]="rx db docs editor"
   [view]="rx db docs editor frame"
   [svg]="rx db docs view"

@@ -9,7 +9,7 @@ packages=(
   build-essential cmake ninja-build pkg-config
   libxml2-dev libedit-dev
   googletest libgtest-dev libgmock-dev
-  tmux
+  tmux python3-ezdxf
 )
 for extra in "$@"; do
   case "$extra" in

@@ -56,4 +56,28 @@ int acedInitGet(int val, const wchar_t* keywordList);
 int acedGetVar(const wchar_t* sym, resbuf* result);
 int acedSetVar(const wchar_t* sym, const resbuf* value);
 
+// Finds a file: a name with a folder is checked as given; a bare name is looked for in the
+// current drawing's folder (DWGPREFIX), the working folder, each folder of the support path
+// (ACADPREFIX, ":"-separated; from $KWRD_SUPPORT_PATH) and the host's own support folder, in
+// that order. RTNORM with the full path in `result`; RTERROR when it is not found, for null or
+// empty arguments, or when the path does not fit in bufLen characters (result then "").
+int acedFindFile(const wchar_t* fname, wchar_t* result, size_t bufLen);
+template <size_t N>
+int acedFindFile(const wchar_t* fname, wchar_t (&result)[N]) {
+  return acedFindFile(fname, result, N);
+}
+
+// Runs host commands as if typed: the first argument names the command (a leading "_", "."
+// or "-" is ignored), the following ones answer its prompts in order, each whole (blanks
+// included). Arguments are (type, value) pairs ended by 0 or RTNONE: RTSTR with a
+// const wchar_t* ("" is Enter, "\\" leaves that answer to the user), RTSHORT and RTLONG with
+// an int, RTREAL and RTANG with a double, RTPOINT and RT3DPOINT with a const double*. Answers
+// left when a command ends start the next command; empty ones there are skipped. RTNORM when
+// every command ran to its end; RTCAN when a command asked for more answers than it was given
+// (that prompt is cancelled, and the command ends as a cancel ends it); RTERROR for an argument
+// type it cannot carry or a null value (nothing runs), or an unknown command (those before it
+// have run). acedCommandS behaves the same.
+int acedCommand(int rtype, ...);
+int acedCommandS(int rtype, ...);
+
 #endif  // KW_HOST_API_ACED_H_

@@ -9,9 +9,21 @@ int acutPrintf(const wchar_t* format, ...);
 
 // A zeroed resbuf of that type, or null when out of memory.
 resbuf* acutNewRb(int type);
-// Frees the whole chain (RTSTR strings included). RTNORM; null is accepted.
+// Frees the whole chain: each resbuf with the string or binary chunk its type holds (RTSTR
+// and the DXF string and binary group codes, see acdbDxfValueKind). RTNORM; null is accepted.
 int acutRelRb(resbuf* rb);
 // A malloc'd copy of s for resbuf::rstring (null gives null).
 wchar_t* acutNewString(const wchar_t* s);
+// Matches `string` against a wildcard pattern, as the platform does (case counts): "*" any
+// run, "?" any one character, "#" a digit, "@" a letter, "." a character that is neither,
+// "[...]" one of the set (ranges "a-z", "[~...]" none of it), "`" takes the next character
+// literally, a leading "~" negates, "," separates alternatives. RTNORM on a match, RTERROR
+// otherwise (null arguments included).
+int acutWcMatch(const wchar_t* string, const wchar_t* pattern);
+// A list from (type, value) pairs ended by 0: strings as const wchar_t*, reals as double,
+// points as const double*, shorts and ints as int, 64-bit integers as int64_t, names as
+// const int64_t*. RTDXF0 stands for group 0. Null for a type with no meaning or a binary group
+// (nothing leaks).
+resbuf* acutBuildList(int type, ...);
 
 #endif  // KW_HOST_API_ACUTADS_H_

@@ -31,7 +31,9 @@ class AcApDocument : public AcRxObject {
  public:
   ACRX_DECLARE_MEMBERS(AcApDocument);
 
-  explicit AcApDocument(std::wstring fileName) : m_fileName(std::move(fileName)) {}
+  // A document of that name showing `database` (owned by the host's document service).
+  explicit AcApDocument(std::wstring fileName, AcDbDatabase* database = nullptr)
+      : m_fileName(std::move(fileName)), m_database(database) {}
   // The drawing's path as opened or named ("Drawing1.dwg" for a new drawing).
   const wchar_t* fileName() const { return m_fileName.c_str(); }
   // The file name without its folder.

@@ -67,8 +67,10 @@ DWORD GetTickCount();
 void GetLocalTime(SYSTEMTIME* st);
 
 // Message boxes: printed on the command line as "\n[caption] text" (a null caption reads
-// "Error") and answered with the default button (the first one, or the one MB_DEFBUTTON2/3
-// names) unless the input holds an answer line for it (see kwhost::QueueInput).
+// "Error"). An answer line waiting in the input answers it (see kwhost::QueueInput); else, on
+// a terminal, a box with several buttons asks "\n[Yes/No/Cancel] <Yes>: " there (a button by
+// its keyword, Enter for the default, ^C for Cancel when the box has one); else the default
+// button answers (the first one, or the one MB_DEFBUTTON2/3 names).
 inline constexpr UINT MB_OK = 0x0;
 inline constexpr UINT MB_OKCANCEL = 0x1;
 inline constexpr UINT MB_ABORTRETRYIGNORE = 0x2;

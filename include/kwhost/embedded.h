@@ -27,6 +27,7 @@
 #include "host/api/win.h"
 
 struct resbuf;
+class AcDbDatabase;
 
 namespace kwhost {
 
@@ -74,9 +75,12 @@ bool NextInputWord(std::wstring* word);
 
 // ---------------------------------------------------------------- commands
 
-// Runs the registered command of that global (or else local) name, ignoring case. False (and
-// nothing run) when there is none. Keyword settings of acedInitGet do not outlive a command.
+// Runs the host's own command (LINETYPE) or else the registered command of that global (or
+// else local) name, ignoring case. False (and nothing run) when there is none. Keyword
+// settings of acedInitGet do not outlive a command.
 bool RunCommand(const wchar_t* globalName);
+// Names of the host's own commands (LINETYPE), sorted ignoring case.
+std::vector<std::wstring> HostCommandNames();
 // Global names of the registered commands, sorted ignoring case (each name once).
 std::vector<std::wstring> CommandNames();
 
@@ -117,6 +121,26 @@ void SetDocumentLocksFail(bool fail);
 // Closes every document (curDocument() becomes null) / opens a new current one by name.
 void CloseAllDocuments();
 void OpenDocument(const std::wstring& fileName);
+
+// ---------------------------------------------------------------- drawings
+
+// Opens a drawing file as the new current document. A missing file starts a new drawing of
+// that name (true); a file that cannot be read starts a new drawing too, and gives false with
+// *why saying where and what is wrong ("line 12: group code 'x' is not a number").
+bool OpenDrawing(const std::wstring& path, std::wstring* why = nullptr);
+// A new drawing "DrawingN.dwg" (N one above the documents opened so far) as current document.
+void NewDrawing();
+// Saves the current drawing as DXF to `path` ("": where it was read from or last saved, else
+// its document name with ".dxf") in `version` ("": its own; "R12", "2000" ... "2018"), binary
+// or ASCII. The previous file is kept as NAME.bak. False with *why when there is no current
+// drawing, the version is not written by this host, or the file cannot be written.
+bool SaveDrawing(const std::wstring& path = L"", const std::wstring& version = L"",
+                 bool binary = false, std::wstring* why = nullptr);
+// The current document's drawing database (null when there is no current document).
+AcDbDatabase* CurrentDatabase();
+// One line per live entity of model space, in order: handle, DXF type, layer and the key
+// geometry ("2A LINE Road (0,0,0) (10,5,0)").
+std::vector<std::wstring> ListModelSpace();
 
 // ---------------------------------------------------------------- modules
 

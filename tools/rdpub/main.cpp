@@ -5,6 +5,10 @@
 //
 //   rdpub [--script FILE] [--module PATH]... [DRAWING]
 //
+// DRAWING is a DXF file opened as the current drawing (a missing one starts a new drawing of
+// that name). Built-in commands besides the modules' own: NEW, OPEN file, SAVE,
+// SAVEAS file [R12|2000|2004|2007|2010|2013|2018] [BINARY], LIST, APPLOAD, HELP, QUIT.
+//
 // Exit status: 0 after a normal close; 1 for bad arguments or an unreadable script; 2 when a
 // module given at start cannot be loaded.
 #include <editline/readline.h>
@@ -12,6 +16,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -189,7 +194,9 @@ bool ReadTerminalLine(std::wstring* line) {
 }
 
 void PrintHelp() {
-  std::wstring text = L"\n内置命令: APPLOAD HELP QUIT\n已注册命令:";
+  std::wstring text = L"\n内置命令: APPLOAD HELP LIST NEW OPEN QUIT SAVE SAVEAS";
+  for (const std::wstring& name : kwhost::HostCommandNames()) text += L" " + name;
+  text += L"\n已注册命令:";
   for (const std::wstring& name : kwhost::CommandNames()) text += L"\n  " + name;
   acutPrintf(L"%s", text.c_str());
 }
@@ -205,6 +212,81 @@ void AppLoad() {
   }
 }
 
+// The rest of the command line (or the answer to the prompt), trimmed.
+std::wstring Argument(const wchar_t* prompt) {
+  wchar_t text[kAcedStringBufferLen] = {};
+  if (acedGetString(1, prompt, text) != RTNORM) return {};
+  return kw::Trim(text);
+}
+
+void OpenFile(const std::wstring& path) {
+  std::wstring why;
+  if (kwhost::OpenDrawing(path, &why)) {
+    acutPrintf(L"\n图形: %s", path.c_str());
+  } else {
+    acutPrintf(L"\n无法读取图形 %s: %s\n已新建图形 %s。", path.c_str(), why.c_str(), path.c_str());
+  }
+}
+
+void Save(const std::wstring& path, const std::wstring& version, bool binary) {
+  std::wstring why;
+  if (kwhost::SaveDrawing(path, version, binary, &why)) {
+    acutPrintf(L"\n已保存。");
+  } else {
+    acutPrintf(L"\n无法保存: %s", why.c_str());
+  }
+}
+
+// SAVEAS file [R12|2000|2004|2007|2010|2013|2018] [BINARY]: the options are the last words.
+void SaveAs() {
+  std::vector<std::wstring> words = kw::Split(Argument(L"\n另存为: "), L' ');
+  std::erase(words, std::wstring());
+  bool binary = false;
+  std::wstring version;
+  if (!words.empty() && kw::ToUpper(words.back()) == L"BINARY") binary = true, words.pop_back();
+  static const std::vector<std::wstring> kVersions = {L"R12",  L"2000", L"2004", L"2007",
+                                                      L"2010", L"2013", L"2018"};
+  if (words.size() > 1 &&
+      std::find(kVersions.begin(), kVersions.end(), kw::ToUpper(words.back())) != kVersions.end()) {
+    version = kw::ToUpper(words.back());
+    words.pop_back();
+  }
+  if (words.empty()) {
+    acutPrintf(L"\n需要文件名。");
+    return;
+  }
+  std::wstring path = words[0];
+  for (size_t i = 1; i < words.size(); ++i) path += L" " + words[i];
+  Save(path, version, binary);
+}
+
+void List() {
+  for (const std::wstring& line : kwhost::ListModelSpace()) acutPrintf(L"\n%s", line.c_str());
+}
+
+// The console's own commands; false when `name` is none of them.
+bool BuiltIn(const std::wstring& name) {
+  if (name == L"HELP") {
+    PrintHelp();
+  } else if (name == L"APPLOAD") {
+    AppLoad();
+  } else if (name == L"NEW") {
+    kwhost::NewDrawing();
+  } else if (name == L"OPEN") {
+    std::wstring path = Argument(L"\n图形文件: ");
+    if (!path.empty()) OpenFile(path);
+  } else if (name == L"SAVE") {
+    Save(L"", L"", false);
+  } else if (name == L"SAVEAS") {
+    SaveAs();
+  } else if (name == L"LIST") {
+    List();
+  } else {
+    return false;
+  }
+  return true;
+}
+
 // Runs command lines until QUIT or the end of input.
 void CommandLoop(bool interactive) {
   for (;;) {
@@ -214,11 +296,7 @@ void CommandLoop(bool interactive) {
     if (word.empty() || word == L"^C") continue;
     std::wstring name = kw::ToUpper(word);
     if (name == L"QUIT") return;
-    if (name == L"HELP") {
-      PrintHelp();
-    } else if (name == L"APPLOAD") {
-      AppLoad();
-    } else if (!kwhost::RunCommand(word.c_str())) {
+    if (!BuiltIn(name) && !kwhost::RunCommand(word.c_str())) {
       acutPrintf(L"\n未知命令\"%s\"。输入 HELP 查看命令列表。", name.c_str());
     }
   }
@@ -275,7 +353,7 @@ int main(int argc, char** argv) {
   }
   if (!opt.drawing.empty()) {
     kwhost::CloseAllDocuments();
-    kwhost::OpenDocument(opt.drawing);
+    OpenFile(opt.drawing);
   }
   if (!LoadStartModules(opt)) {
     kwhost::CloseMainFrame();

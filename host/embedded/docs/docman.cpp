@@ -9,8 +9,15 @@
 namespace kwhost::docs {
 
 State::State() {
-  documents.push_back(std::make_unique<AcApDocument>(L"Drawing1.dwg"));
+  databases.push_back(std::make_unique<AcDbDatabase>());
+  documents.push_back(std::make_unique<AcApDocument>(L"Drawing1.dwg", databases.back().get()));
   current = documents.back().get();
+  acdbHostApplicationServices()->setWorkingDatabase(current->database());
+}
+
+void MakeCurrent(AcApDocument* doc) {
+  Docs().current = doc;
+  acdbHostApplicationServices()->setWorkingDatabase(doc ? doc->database() : nullptr);
 }
 
 State& Docs() {
@@ -20,13 +27,15 @@ State& Docs() {
 
 AcApDocument* Open(const std::wstring& fileName) {
   State& s = Docs();
-  s.documents.push_back(std::make_unique<AcApDocument>(fileName));
-  s.current = s.documents.back().get();
+  s.databases.push_back(std::make_unique<AcDbDatabase>());
+  s.documents.push_back(std::make_unique<AcApDocument>(fileName, s.databases.back().get()));
+  MakeCurrent(s.documents.back().get());
   return s.current;
 }
 
 void Reset() {
   Docs() = State();
+  MakeCurrent(Docs().current);
 }
 
 }  // namespace kwhost::docs
@@ -96,8 +105,9 @@ void SetDocumentLocksFail(bool fail) {
 
 void CloseAllDocuments() {
   auto& s = docs::Docs();
-  s.current = nullptr;
+  docs::MakeCurrent(nullptr);
   s.documents.clear();
+  s.databases.clear();
 }
 
 }  // namespace kwhost

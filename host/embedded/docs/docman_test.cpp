@@ -4,6 +4,7 @@
 #include <cstdlib>
 
 #include "host/api/aced.h"
+#include "host/api/dbmain.h"
 #include "host/api/docman.h"
 #include "kwhost/embedded.h"
 
@@ -37,6 +38,21 @@ TEST_F(Documents, DocumentLocksNestAndCanBeMadeToFail) {
   ASSERT_EQ(acedGetVar(L"DWGPREFIX", &got), RTNORM);
   EXPECT_STREQ(got.resval.rstring, L"/tmp/roads/");
   std::free(got.resval.rstring);
+}
+
+TEST_F(Documents, EachDocumentHasItsDrawingAndTheCurrentOneIsWorking) {
+  AcApDocument* first = acDocManager->curDocument();
+  ASSERT_NE(first->database(), nullptr);
+  EXPECT_EQ(acdbHostApplicationServices()->workingDatabase(), first->database());
+  kwhost::OpenDocument(L"/tmp/roads/b.dxf");
+  AcApDocument* second = acDocManager->curDocument();
+  EXPECT_NE(second->database(), first->database());
+  EXPECT_EQ(acdbHostApplicationServices()->workingDatabase(), second->database());
+  kwhost::CloseAllDocuments();
+  EXPECT_EQ(acdbHostApplicationServices()->workingDatabase(), nullptr);
+  kwhost::ResetSession();
+  EXPECT_EQ(acdbHostApplicationServices()->workingDatabase(),
+            acDocManager->curDocument()->database());
 }
 
 }  // namespace

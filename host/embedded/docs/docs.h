@@ -3,6 +3,8 @@
 // Invariants:
 //   1. `current` is null or one of `documents`.
 //   2. A new session has one document, "Drawing1.dwg", and it is current.
+//   3. databases[i] is the drawing of documents[i], owned here; the working database is that
+//      of the current document (none when there is no current document).
 #ifndef KW_HOST_EMBEDDED_DOCS_DOCS_H_
 #define KW_HOST_EMBEDDED_DOCS_DOCS_H_
 
@@ -10,6 +12,7 @@
 #include <string>
 #include <vector>
 
+#include "host/api/dbmain.h"
 #include "host/api/docman.h"
 
 namespace kwhost::docs {
@@ -17,6 +20,7 @@ namespace kwhost::docs {
 struct State {
   State();
   std::vector<std::unique_ptr<AcApDocument>> documents;
+  std::vector<std::unique_ptr<AcDbDatabase>> databases;
   AcApDocument* current = nullptr;
   bool locksFail = false;
 };
@@ -26,6 +30,8 @@ State& Docs();
 AcApDocument* Open(const std::wstring& fileName);
 // A new session's documents: one new "Drawing1.dwg", locks allowed.
 void Reset();
+// Makes `doc` (null or one of the documents) current and its drawing the working database.
+void MakeCurrent(AcApDocument* doc);
 
 }  // namespace kwhost::docs
 

@@ -51,6 +51,25 @@ bool PeekLine(std::wstring_view* rest) {
   return true;
 }
 
+std::wstring MatchKeyword(const std::wstring& answer, const std::vector<std::wstring>& keywords,
+                          const std::vector<std::wstring>& globals) {
+  if (answer.empty()) return {};
+  for (size_t i = 0; i < keywords.size(); ++i) {
+    const std::wstring& kw = keywords[i];
+    std::wstring abbrev;
+    for (wchar_t c : kw) {
+      if (c != kw::ToLower(std::wstring(1, c))[0]) abbrev += c;
+    }
+    if (abbrev.empty()) abbrev = kw;
+    bool prefix =
+        answer.size() <= kw.size() && kw::EqualsNoCase(kw.substr(0, answer.size()), answer);
+    if (kw::EqualsNoCase(answer, abbrev) || (prefix && answer.size() >= abbrev.size())) {
+      return i < globals.size() ? globals[i] : kw;
+    }
+  }
+  return {};
+}
+
 void DropLine() {
   CommandLine& s = Editor().line;
   if (s.input.empty()) return;
@@ -66,10 +85,27 @@ using kwhost::editor::Editor;
 
 enum class Take { kWord, kLine };
 
+// While acedCommand runs: true when the answer comes from its arguments (false from
+// TakeAnswer then means they ran out); false when the ordinary input answers.
+bool TakeArgument(std::wstring* answer) {
+  kwhost::editor::CommandLine& s = Editor().line;
+  if (!s.scripted) return false;
+  if (s.args.empty()) {
+    s.argsRanOut = true;
+    return true;
+  }
+  std::wstring next = std::move(s.args.front());
+  s.args.pop_front();
+  if (next == L"\\") return false;
+  *answer = std::move(next);
+  return true;
+}
+
 // The next answer: a word (up to the first blank; the rest stays queued) or the rest of the
 // line. False at the end of input. Only the answer is copied, so taking every word of a line
 // costs time and memory in proportion to the line.
 bool TakeAnswer(Take mode, std::wstring* answer) {
+  if (TakeArgument(answer)) return !Editor().line.argsRanOut;
   if (!kwhost::editor::FillQueue()) return false;
   kwhost::editor::CommandLine& s = Editor().line;
   std::wstring_view rest = std::wstring_view(s.input.front()).substr(s.taken);
@@ -107,24 +143,9 @@ int Deliver(const std::wstring& text, wchar_t* result, size_t bufLen) {
   return RTNORM;
 }
 
-// The keyword the answer names, or "" when none. Matching follows the header's rules.
 std::wstring MatchKeyword(const std::wstring& answer) {
   const kwhost::editor::PromptSettings& s = Editor().prompt;
-  if (answer.empty()) return {};
-  for (size_t i = 0; i < s.keywords.size(); ++i) {
-    const std::wstring& kw = s.keywords[i];
-    std::wstring abbrev;
-    for (wchar_t c : kw) {
-      if (c != kw::ToLower(std::wstring(1, c))[0]) abbrev += c;
-    }
-    if (abbrev.empty()) abbrev = kw;
-    bool prefix =
-        answer.size() <= kw.size() && kw::EqualsNoCase(kw.substr(0, answer.size()), answer);
-    if (kw::EqualsNoCase(answer, abbrev) || (prefix && answer.size() >= abbrev.size())) {
-      return i < s.globals.size() ? s.globals[i] : kw;
-    }
-  }
-  return {};
+  return kwhost::editor::MatchKeyword(answer, s.keywords, s.globals);
 }
 
 // Clears the acedInitGet settings, which apply to one prompt only.

@@ -137,6 +137,11 @@ ACRX_NO_CONS_DEFINE_MEMBERS(AcEdCommandStack, AcRxObject)
 namespace kwhost {
 
 bool RunCommand(const wchar_t* globalName) {
+  if (editor::HostCommand host = globalName ? editor::FindHostCommand(globalName) : nullptr) {
+    host();
+    editor::Editor().prompt.ClearInitGet();
+    return true;
+  }
   AcEdCommand* cmd = Stack().lookupGlobalCmd(globalName);
   if (!cmd) cmd = Stack().lookupLocalCmd(globalName);
   if (!cmd) return false;

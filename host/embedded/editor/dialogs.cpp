@@ -25,7 +25,8 @@ void Keep(std::vector<std::wstring>* list, std::wstring entry) {
 }
 
 struct Button {
-  const wchar_t* name;
+  const wchar_t* name;     // as a script answers it ("!YES")
+  const wchar_t* keyword;  // as the terminal offers it
   int id;
 };
 
@@ -33,17 +34,19 @@ struct Button {
 std::vector<Button> ButtonsOf(UINT type) {
   switch (type & 0xF) {
     case MB_OKCANCEL:
-      return {{L"OK", IDOK}, {L"CANCEL", IDCANCEL}};
+      return {{L"OK", L"OK", IDOK}, {L"CANCEL", L"Cancel", IDCANCEL}};
     case MB_ABORTRETRYIGNORE:
-      return {{L"ABORT", IDABORT}, {L"RETRY", IDRETRY}, {L"IGNORE", IDIGNORE}};
+      return {{L"ABORT", L"Abort", IDABORT},
+              {L"RETRY", L"Retry", IDRETRY},
+              {L"IGNORE", L"Ignore", IDIGNORE}};
     case MB_YESNOCANCEL:
-      return {{L"YES", IDYES}, {L"NO", IDNO}, {L"CANCEL", IDCANCEL}};
+      return {{L"YES", L"Yes", IDYES}, {L"NO", L"No", IDNO}, {L"CANCEL", L"Cancel", IDCANCEL}};
     case MB_YESNO:
-      return {{L"YES", IDYES}, {L"NO", IDNO}};
+      return {{L"YES", L"Yes", IDYES}, {L"NO", L"No", IDNO}};
     case MB_RETRYCANCEL:
-      return {{L"RETRY", IDRETRY}, {L"CANCEL", IDCANCEL}};
+      return {{L"RETRY", L"Retry", IDRETRY}, {L"CANCEL", L"Cancel", IDCANCEL}};
     default:
-      return {{L"OK", IDOK}};
+      return {{L"OK", L"OK", IDOK}};
   }
 }
 
@@ -59,6 +62,45 @@ int ScriptedAnswer(const std::vector<Button>& buttons) {
     }
   }
   return 0;
+}
+
+// The button Ctrl-C picks: Cancel when the box has one, else the default.
+int CancelButton(const std::vector<Button>& buttons, size_t def) {
+  for (const Button& b : buttons) {
+    if (b.id == IDCANCEL) return b.id;
+  }
+  return buttons[def].id;
+}
+
+// A box with several buttons on a terminal asks there, reading the terminal itself (not the
+// rest of a typed command line): its buttons as keywords, Enter for the default, "!" before a
+// button name accepted as in scripts. 0 when there is no terminal to ask.
+int AskOnTerminal(const std::vector<Button>& buttons, size_t def) {
+  kwhost::editor::CommandLine& line = Editor().line;
+  if (buttons.size() < 2 || !line.reader || !line.readerInteractive || line.readerDone) return 0;
+  std::vector<std::wstring> keywords;
+  std::wstring choices;
+  for (const Button& b : buttons) {
+    keywords.emplace_back(b.keyword);
+    choices += (choices.empty() ? L"" : L"/") + keywords.back();
+  }
+  const std::wstring prompt = L"\n[" + choices + L"] <" + keywords[def] + L">: ";
+  for (;;) {
+    kwhost::editor::Print(prompt);
+    std::wstring text;
+    if (!line.reader(&text)) {
+      line.readerDone = true;
+      return buttons[def].id;
+    }
+    std::wstring answer = kw::TrimLeft(kw::Trim(text, L" \t\r"), L"!");
+    if (answer.empty()) return buttons[def].id;
+    if (answer == L"^C") return CancelButton(buttons, def);
+    std::wstring chosen = kwhost::editor::MatchKeyword(answer, keywords, {});
+    for (size_t i = 0; i < buttons.size(); ++i) {
+      if (chosen == keywords[i]) return buttons[i].id;
+    }
+    kwhost::editor::Print(L"\n无效选项关键字。");
+  }
 }
 
 bool HasExtension(const std::wstring& path) {
@@ -78,7 +120,9 @@ int MessageBoxW(HWND /*owner*/, const wchar_t* text, const wchar_t* caption, UIN
   std::vector<Button> buttons = ButtonsOf(type);
   if (int answer = ScriptedAnswer(buttons)) return answer;
   size_t def = (type & MB_DEFBUTTON3) ? 2 : (type & MB_DEFBUTTON2) ? 1 : 0;
-  return buttons[std::min(def, buttons.size() - 1)].id;
+  def = std::min(def, buttons.size() - 1);
+  if (int answer = AskOnTerminal(buttons, def)) return answer;
+  return buttons[def].id;
 }
 
 BOOL GetSaveFileNameW(OPENFILENAMEW* ofn) {

@@ -39,6 +39,53 @@ TEST_F(Dialogs, TheRestOfAPartlyTakenLineAnswersABox) {
   EXPECT_EQ(word, L"next");
 }
 
+// A terminal: each read hands out the next line the user types (lines run out as Ctrl-D).
+class TerminalBoxes : public Dialogs {
+ protected:
+  void Type(std::vector<std::wstring> lines) {
+    typed_ = std::move(lines);
+    kwhost::SetInputReader(
+        [this](std::wstring* line) {
+          if (next_ == typed_.size()) return false;
+          *line = typed_[next_++];
+          return true;
+        },
+        true);
+  }
+  std::vector<std::wstring> typed_;
+  size_t next_ = 0;
+};
+
+TEST_F(TerminalBoxes, ABoxWithSeveralButtonsAsksByKeywordWithEnterForTheDefault) {
+  Type({L"n", L"", L"maybe", L"!ignore", L"^C", L"^C", L"RETRY"});
+  EXPECT_EQ(MessageBoxW(nullptr, L"q", L"c", MB_YESNOCANCEL), IDNO);
+  EXPECT_EQ(MessageBoxW(nullptr, L"q", L"c", MB_YESNO | MB_DEFBUTTON2), IDNO);
+  EXPECT_EQ(MessageBoxW(nullptr, L"q", L"c", MB_ABORTRETRYIGNORE), IDIGNORE);
+  EXPECT_EQ(MessageBoxW(nullptr, L"q", L"c", MB_OKCANCEL), IDCANCEL);
+  EXPECT_EQ(MessageBoxW(nullptr, L"q", L"c", MB_YESNO), IDYES);  // no Cancel: the default
+  EXPECT_EQ(MessageBoxW(nullptr, L"q", L"c", MB_RETRYCANCEL | MB_DEFBUTTON2), IDRETRY);
+  EXPECT_EQ(MessageBoxW(nullptr, L"q", L"c", MB_YESNO | MB_DEFBUTTON2), IDNO);  // input ended
+  EXPECT_EQ(kwhost::TakeOutput(),
+            L"\n[c] q\n[Yes/No/Cancel] <Yes>: "
+            L"\n[c] q\n[Yes/No] <No>: "
+            L"\n[c] q\n[Abort/Retry/Ignore] <Abort>: \n无效选项关键字。"
+            L"\n[Abort/Retry/Ignore] <Abort>: "
+            L"\n[c] q\n[OK/Cancel] <OK>: "
+            L"\n[c] q\n[Yes/No] <Yes>: "
+            L"\n[c] q\n[Retry/Cancel] <Cancel>: "
+            L"\n[c] q\n[Yes/No] <No>: ");
+}
+
+TEST_F(TerminalBoxes, OneButtonBoxesAndQueuedAnswersDoNotReadTheTerminal) {
+  Type({L"typed"});
+  kwhost::QueueInput(L"!no\nrest of the command line");
+  EXPECT_EQ(MessageBoxW(nullptr, L"q", L"c", MB_OK), IDOK);
+  EXPECT_EQ(MessageBoxW(nullptr, L"q", L"c", MB_YESNO), IDNO);   // the queued answer
+  EXPECT_EQ(MessageBoxW(nullptr, L"q", L"c", MB_YESNO), IDYES);  // asks the terminal
+  EXPECT_EQ(next_, 1u);
+  EXPECT_EQ(kwhost::PendingInput(), 1u);  // the typed command line is left for its prompts
+}
+
 class SaveAs : public Dialogs {
  protected:
   wchar_t file[64] = {};

@@ -16,6 +16,9 @@
 //   4. Command groups are kept in the order first added; within a group, global names are
 //      unique ignoring case.
 //   5. `dialogs` keeps at most the latest 10,000 boxes and trace lines.
+//   6. While `line.scripted` is set (acedCommand), prompts take their answers from
+//      `line.args` only, whole; when those run out, `line.argsRanOut` is set and the prompt is
+//      cancelled. The answer "\\" hands that one prompt back to the ordinary input.
 #ifndef KW_HOST_EMBEDDED_EDITOR_EDITOR_H_
 #define KW_HOST_EMBEDDED_EDITOR_EDITOR_H_
 
@@ -42,6 +45,9 @@ struct CommandLine {
   bool readerDone = false;
   std::wstring captured;
   std::function<void(std::wstring_view)> sink;
+  std::deque<std::wstring> args;
+  bool scripted = false;
+  bool argsRanOut = false;
 };
 
 struct PromptSettings {
@@ -101,6 +107,27 @@ void Print(std::wstring_view text);
 bool PeekLine(std::wstring_view* rest);
 // Drops the rest of the next queued line (the one PeekLine showed).
 void DropLine();
+// The keyword of `keywords` that `answer` names (whole, by its capital letters, or by a
+// prefix at least that long; ignoring case), or its global name when `globals` has one at
+// that position; "" when none.
+std::wstring MatchKeyword(const std::wstring& answer, const std::vector<std::wstring>& keywords,
+                          const std::vector<std::wstring>& globals);
+
+// The host's own support folder: share/kwrdpub/support beside the executable's folder (the
+// build tree and an install have the same shape); "" when the executable's folder is unknown.
+std::wstring HostSupportFolder();
+// acedFindFile's search with `drawingFolder` in the drawing's place ("" skips it): the full
+// path of the file, or "" when it is not found.
+std::wstring FindFile(std::wstring_view name, std::wstring_view drawingFolder);
+
+// A command of the host itself (LINETYPE, ...): run by name like registered commands, before
+// them. The table lives for the process; services above the editor fill it when the library
+// loads.
+using HostCommand = void (*)();
+void AddHostCommand(const wchar_t* name, HostCommand command);
+// The host command of that name (ignoring case), or null.
+HostCommand FindHostCommand(std::wstring_view name);
+
 // Sets the text of a variable, read-only or not (the drawing's name when a document opens);
 // nothing when there is no such variable.
 void SetVarText(const wchar_t* name, const std::wstring& text);

@@ -4,6 +4,7 @@
 #include <cwchar>
 #include <new>
 
+#include "common/encoding.h"
 #include "host/api/aced.h"
 #include "host/api/acutads.h"
 #include "host/embedded/editor/editor.h"
@@ -85,7 +86,10 @@ void Store(SysVar* var, const resbuf* value) {
 namespace kwhost::editor {
 
 SysVarMap DefaultSysVars() {
+  const char* supportPath = std::getenv("KWRD_SUPPORT_PATH");
+  const std::wstring support = supportPath ? kw::FromUtf8(supportPath) : std::wstring();
   return {
+      {L"ACADPREFIX", Text(support.c_str(), true)},
       {L"ACADVER", Text(L"18.0s", true)},
       {L"CLAYER", Text(L"0")},
       {L"CMDECHO", Short(1)},
@@ -98,6 +102,7 @@ SysVarMap DefaultSysVars() {
       {L"LUPREC", Short(4)},
       {L"AUNITS", Short(0)},
       {L"AUPREC", Short(0)},
+      {L"MEASUREMENT", Short(1)},
       {L"OSMODE", Short(4133)},
       {L"PICKFIRST", Short(1)},
       {L"SCREENSIZE", Point(1280, 720, 0, true)},
@@ -135,30 +140,6 @@ void SetVarText(const wchar_t* name, const std::wstring& text) {
 }
 
 }  // namespace kwhost::editor
-
-resbuf* acutNewRb(int type) {
-  auto* rb = static_cast<resbuf*>(std::calloc(1, sizeof(resbuf)));
-  if (rb) rb->restype = static_cast<short>(type);
-  return rb;
-}
-
-int acutRelRb(resbuf* rb) {
-  while (rb) {
-    resbuf* next = rb->rbnext;
-    if (rb->restype == RTSTR) std::free(rb->resval.rstring);
-    std::free(rb);
-    rb = next;
-  }
-  return RTNORM;
-}
-
-wchar_t* acutNewString(const wchar_t* s) {
-  if (!s) return nullptr;
-  size_t n = std::wcslen(s) + 1;
-  auto* copy = static_cast<wchar_t*>(std::malloc(n * sizeof(wchar_t)));
-  if (copy) std::wmemcpy(copy, s, n);
-  return copy;
-}
 
 int acedGetVar(const wchar_t* sym, resbuf* result) {
   if (!sym || !result) return RTERROR;

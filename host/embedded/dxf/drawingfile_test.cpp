@@ -1,0 +1,375 @@
+#include "host/embedded/dxf/drawingfile.h"
+
+#include <gtest/gtest.h>
+#include <stdlib.h>
+
+#include <filesystem>
+#include <initializer_list>
+#include <string>
+#include <utility>
+
+#include "common/fileio.h"
+#include "host/api/dbents.h"
+#include "host/api/dbpl.h"
+#include "host/api/dbsymtb.h"
+#include "host/embedded/db/kept.h"
+
+namespace kwhost::dxf {
+namespace {
+
+// An ASCII drawing from (code, value) pairs.
+std::string Dxf(std::initializer_list<std::pair<int, const char*>> tags) {
+  std::string out;
+  for (const auto& [code, value] : tags) out += std::to_string(code) + "\n" + value + "\n";
+  return out;
+}
+
+// A small R2000 drawing: a block holding a line, model space with an INSERT of it, an
+// entity of a class the host does not model, and a tag in an unknown subclass.
+std::string SmallDrawing(const char* inserted = "MTEXT", const char* line_owner = "20") {
+  return Dxf({{0, "SECTION"},
+              {2, "HEADER"},
+              {9, "$ACADVER"},
+              {1, "AC1015"},
+              {9, "$HANDSEED"},
+              {5, "100"},
+              {0, "ENDSEC"},
+              {0, "SECTION"},
+              {2, "TABLES"},
+              {0, "TABLE"},
+              {2, "BLOCK_RECORD"},
+              {5, "1"},
+              {330, "0"},
+              {100, "AcDbSymbolTable"},
+              {70, "2"},
+              {0, "BLOCK_RECORD"},
+              {5, "10"},
+              {330, "1"},
+              {100, "AcDbSymbolTableRecord"},
+              {100, "AcDbBlockTableRecord"},
+              {2, "*Model_Space"},
+              {0, "BLOCK_RECORD"},
+              {5, "20"},
+              {330, "1"},
+              {100, "AcDbSymbolTableRecord"},
+              {100, "AcDbBlockTableRecord"},
+              {2, "B"},
+              {0, "ENDTAB"},
+              {0, "ENDSEC"},
+              {0, "SECTION"},
+              {2, "BLOCKS"},
+              {0, "BLOCK"},
+              {5, "21"},
+              {330, "20"},
+              {100, "AcDbEntity"},
+              {8, "0"},
+              {100, "AcDbBlockBegin"},
+              {2, "B"},
+              {70, "0"},
+              {10, "1.0"},
+              {20, "2.0"},
+              {30, "0.0"},
+              {3, "B"},
+              {0, "LINE"},
+              {5, "22"},
+              {330, line_owner},
+              {100, "AcDbEntity"},
+              {8, "0"},
+              {100, "AcDbLine"},
+              {10, "0.0"},
+              {20, "0.0"},
+              {30, "0.0"},
+              {11, "1.0"},
+              {21, "1.0"},
+              {31, "0.0"},
+              {0, std::string(inserted) == "MTEXT" ? "MTEXT" : "INSERT"},
+              {5, "24"},
+              {330, "20"},
+              {100, "AcDbEntity"},
+              {8, "0"},
+              {100, "AcDbBlockReference"},
+              {2, inserted},
+              {10, "0.0"},
+              {20, "0.0"},
+              {30, "0.0"},
+              {0, "ENDBLK"},
+              {5, "23"},
+              {330, "20"},
+              {100, "AcDbEntity"},
+              {8, "0"},
+              {100, "AcDbBlockEnd"},
+              {0, "ENDSEC"},
+              {0, "SECTION"},
+              {2, "ENTITIES"},
+              {0, "INSERT"},
+              {5, "30"},
+              {330, "10"},
+              {100, "AcDbEntity"},
+              {8, "Road"},
+              {100, "AcDbBlockReference"},
+              {2, "B"},
+              {10, "5.0"},
+              {20, "6.0"},
+              {30, "0.0"},
+              {100, "AcDbFuture"},
+              {1, "kept"},
+              {1001, "KWRD"},
+              {1000, "xdata"},
+              {0, "MTEXT"},
+              {5, "31"},
+              {330, "10"},
+              {100, "AcDbEntity"},
+              {8, "0"},
+              {100, "AcDbMText"},
+              {10, "0.0"},
+              {20, "0.0"},
+              {30, "0.0"},
+              {1, "multi"},
+              {0, "ENDSEC"},
+              {0, "EOF"}});
+}
+
+std::string Write(AcDbDatabase& db, const char* version = "", bool binary = false) {
+  std::string bytes;
+  EXPECT_EQ(WriteDrawingBytes(db, version, binary, &bytes), Acad::eOk);
+  return bytes;
+}
+
+AcDbObjectId ModelSpace(AcDbDatabase& db) {
+  AcDbBlockTable* table = nullptr;
+  AcDbObjectId id;
+  if (db.getBlockTable(table) != Acad::eOk) return id;
+  table->getAt(L"*Model_Space", id);
+  table->close();
+  return id;
+}
+
+TEST(DxfReadTest, ModelledEntitiesUnknownEntitiesAndUnknownGroupsSurviveARoundTrip) {
+  AcDbDatabase db(false, true);
+  std::string message;
+  ASSERT_EQ(ReadDrawingBytes(SmallDrawing(), db, &message), Acad::eOk) << message;
+  const std::string out = Write(db);
+  EXPECT_NE(out.find("100\nAcDbFuture\n  1\nkept\n1001\nKWRD\n1000\nxdata\n"), std::string::npos);
+  EXPECT_NE(out.find("  0\nMTEXT\n  5\n31\n330\n10\n"), std::string::npos);
+  EXPECT_NE(out.find("  0\nINSERT\n  5\n30\n330\n10\n100\nAcDbEntity\n  8\nRoad\n"),
+            std::string::npos);
+  EXPECT_NE(out.find("  0\nBLOCK\n  5\n21\n330\n20\n"), std::string::npos);
+  AcDbDatabase again(false, true);
+  ASSERT_EQ(ReadDrawingBytes(out, again, &message), Acad::eOk) << message;
+  EXPECT_EQ(Write(again), out);
+}
+
+TEST(DxfReadTest, HostileDrawingsFailWithTheLineAndTheFault) {
+  const struct {
+    std::string bytes;
+    const char* message;
+  } cases[] = {
+      {SmallDrawing(), ""},
+      {SmallDrawing("MTEXT", "99"), "line 87: the owner does not exist"},
+      {Dxf({{0, "SECTION"},
+            {2, "ENTITIES"},
+            {0, "LINE"},
+            {5, "A"},
+            {0, "LINE"},
+            {5, "A"},
+            {0, "ENDSEC"},
+            {0, "EOF"}}),
+       "line 9: handle used twice"},
+      {Dxf({{0, "SECTION"}, {2, "ENTITIES"}, {0, "LINE"}, {5, "A"}}),
+       "line 7: the file ends before its EOF record"},
+      {Dxf({{0, "SECTION"}, {2, "ENTITIES"}, {0, "LINE"}, {5, "XYZ"}, {0, "ENDSEC"}}),
+       "line 5: a handle that is not hex"},
+      {Dxf({{0, "SECTION"}, {2, "ENTITIES"}, {0, "CIRCLE"}, {10, "1e999"}}),
+       "line 7: group 10 value '1e999' is not a number"},
+      {Dxf({{0, "SECTION"},
+            {2, "BLOCKS"},
+            {0, "BLOCK"},
+            {2, "A"},
+            {0, "INSERT"},
+            {2, "C"},
+            {0, "ENDBLK"},
+            {0, "BLOCK"},
+            {2, "C"},
+            {0, "INSERT"},
+            {2, "A"},
+            {0, "ENDBLK"},
+            {0, "ENDSEC"},
+            {0, "EOF"}}),
+       "line 19: a block inserts itself"},
+  };
+  for (const auto& c : cases) {
+    AcDbDatabase db(false, true);
+    std::string message;
+    const Acad::ErrorStatus es = ReadDrawingBytes(c.bytes, db, &message);
+    EXPECT_EQ(message, c.message);
+    EXPECT_EQ(es, *c.message ? Acad::eFilerError : Acad::eOk) << message;
+  }
+}
+
+TEST(DxfReadTest, ABlockThatInsertsItselfIsRefused) {
+  AcDbDatabase db(false, true);
+  std::string message;
+  EXPECT_EQ(ReadDrawingBytes(SmallDrawing("b"), db, &message), Acad::eFilerError);
+  EXPECT_EQ(message, "line 111: a block inserts itself");
+}
+
+TEST(DxfWriteTest, NewDrawingsAreR2000InGbkWithUniqueHandles) {
+  AcDbDatabase db(true, true);
+  AcDbBlockTableRecord* model = nullptr;
+  ASSERT_EQ(acdbOpenObject(model, ModelSpace(db), AcDb::kForWrite), Acad::eOk);
+  auto* text = new AcDbText(AcGePoint3d(1, 2, 0), L"道路");
+  ASSERT_EQ(model->appendAcDbEntity(text), Acad::eOk);
+  text->close();
+  model->close();
+  const std::string out = Write(db);
+  EXPECT_EQ(out.substr(0, 47), "  0\nSECTION\n  2\nHEADER\n  9\n$ACADVER\n  1\nAC1015\n");
+  EXPECT_NE(out.find("$DWGCODEPAGE\n  3\nANSI_936\n"), std::string::npos);
+  EXPECT_NE(out.find("\n  1\n\xB5\xC0\xC2\xB7\n"), std::string::npos);  // 道路 in GBK
+  AcDbDatabase again(false, true);
+  std::string message;
+  ASSERT_EQ(ReadDrawingBytes(out, again, &message), Acad::eOk) << message;
+  ASSERT_EQ(ReadDrawingBytes(Write(db, "2018", true), again, &message), Acad::eFilerError);
+  AcDbDatabase binary(false, true);
+  ASSERT_EQ(ReadDrawingBytes(Write(db, "2018", true), binary, &message), Acad::eOk) << message;
+  EXPECT_NE(Write(binary).find("\n  1\n道路\n"), std::string::npos);  // UTF-8 from R2007
+}
+
+TEST(DxfWriteTest, R12DrawingsAreWrittenAsR2000AndR12OutputIsRefused) {
+  AcDbDatabase db(false, true);
+  std::string message;
+  ASSERT_EQ(ReadDrawingBytes(Dxf({{0, "SECTION"},
+                                  {2, "ENTITIES"},
+                                  {0, "LINE"},
+                                  {8, "A"},
+                                  {10, "1"},
+                                  {20, "2"},
+                                  {11, "3"},
+                                  {21, "4"},
+                                  {0, "ENDSEC"},
+                                  {0, "EOF"}}),
+                             db, &message),
+            Acad::eOk)
+      << message;
+  std::string out;
+  EXPECT_EQ(WriteDrawingBytes(db, "R12", false, &out), Acad::eNotImplementedYet);
+  EXPECT_EQ(WriteDrawingBytes(db, "R14", false, &out), Acad::eInvalidInput);
+  out = Write(db);
+  EXPECT_NE(out.find("$ACADVER\n  1\nAC1015\n"), std::string::npos);
+  EXPECT_NE(out.find("  0\nLINE\n  5\n"), std::string::npos);
+  EXPECT_NE(out.find("  8\nA\n100\nAcDbLine\n 10\n1.0\n 20\n2.0\n"), std::string::npos);
+}
+
+TEST(DxfWriteTest, ComplexLinetypesKeepTheirTextsAndShapes) {
+  AcDbDatabase db(false, true);
+  std::string message;
+  const std::string head = Dxf({{0, "SECTION"},
+                                {2, "HEADER"},
+                                {9, "$ACADVER"},
+                                {1, "AC1032"},
+                                {0, "ENDSEC"},
+                                {0, "SECTION"},
+                                {2, "TABLES"},
+                                {0, "TABLE"},
+                                {2, "LTYPE"},
+                                {5, "5"},
+                                {330, "0"},
+                                {100, "AcDbSymbolTable"},
+                                {70, "1"},
+                                {0, "LTYPE"},
+                                {5, "14"},
+                                {330, "5"},
+                                {100, "AcDbSymbolTableRecord"},
+                                {100, "AcDbLinetypeTableRecord"},
+                                {2, "ROAD"},
+                                {70, "0"},
+                                {3, "Road --"},
+                                {72, "65"},
+                                {73, "2"},
+                                {40, "2.0"},
+                                {49, "1.5"},
+                                {74, "2"},
+                                {75, "0"},
+                                {340, "11"},
+                                {46, "0.5"},
+                                {50, "90.0"},
+                                {44, "0.25"},
+                                {45, "-0.5"},
+                                {9, "路"},
+                                {49, "-0.5"},
+                                {74, "4"},
+                                {75, "132"},
+                                {340, "11"},
+                                {46, "1.0"},
+                                {50, "0.0"},
+                                {44, "0.0"},
+                                {45, "0.0"},
+                                {0, "ENDTAB"},
+                                {0, "TABLE"},
+                                {2, "STYLE"},
+                                {5, "3"},
+                                {330, "0"},
+                                {100, "AcDbSymbolTable"},
+                                {70, "1"},
+                                {0, "STYLE"},
+                                {5, "11"},
+                                {330, "3"},
+                                {100, "AcDbSymbolTableRecord"},
+                                {100, "AcDbTextStyleTableRecord"},
+                                {2, "Standard"},
+                                {70, "0"},
+                                {40, "0.0"},
+                                {41, "1.0"},
+                                {50, "0.0"},
+                                {71, "0"},
+                                {42, "2.5"},
+                                {3, "txt"},
+                                {4, "gbcbig.shx"},
+                                {0, "ENDTAB"},
+                                {0, "ENDSEC"},
+                                {0, "EOF"}});
+  ASSERT_EQ(ReadDrawingBytes(head, db, &message), Acad::eOk) << message;
+  const std::string out = Write(db, "2018");
+  EXPECT_NE(out.find(" 49\n1.5\n 74\n2\n 75\n0\n340\n11\n 46\n0.5\n 50\n90.0\n 44\n0.25\n 45\n"
+                     "-0.5\n  9\n路\n 49\n-0.5\n 74\n4\n 75\n132\n340\n11\n 46\n1.0\n 50\n0.0\n"),
+            std::string::npos)
+      << out;
+  EXPECT_NE(out.find("  3\ntxt\n  4\ngbcbig.shx\n"), std::string::npos);
+}
+
+class DxfSaveTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    char tmpl[] = "/tmp/kw_dxf_XXXXXX";
+    dir_ = mkdtemp(tmpl);
+  }
+  void TearDown() override { std::filesystem::remove_all(dir_); }
+  std::wstring Path(const char* name) const { return kw::WidePath(dir_ + "/" + name); }
+  std::string dir_;
+};
+
+TEST_F(DxfSaveTest, SavingKeepsThePreviousFileAsBakAndAFailedSaveChangesNothing) {
+  AcDbDatabase db(true, true);
+  ASSERT_EQ(SaveDrawing(Path("road.dxf"), db), Acad::eOk);
+  std::string first;
+  ASSERT_TRUE(kw::Fs().ReadFile(Path("road.dxf"), &first));
+  ASSERT_EQ(SaveDrawing(Path("road.dxf"), db, "2018"), Acad::eOk);
+  std::string bak;
+  ASSERT_TRUE(kw::Fs().ReadFile(Path("road.bak"), &bak));
+  EXPECT_EQ(bak, first);
+  kw::FaultyFileSystem faulty(kw::PosixFs());
+  kw::ScopedFileSystem scope(&faulty);
+  faulty.FailWrites();
+  EXPECT_EQ(SaveDrawing(Path("road.dxf"), db), Acad::eFileAccessErr);
+  faulty.Reset();
+  std::string now;
+  ASSERT_TRUE(kw::Fs().ReadFile(Path("road.dxf"), &now));
+  EXPECT_NE(now.find("AC1032"), std::string::npos);
+  AcDbDatabase missing(false, true);
+  std::string message;
+  EXPECT_EQ(ReadDrawing(Path("none.dxf"), missing, &message), Acad::eFileNotFound);
+  AcDbDatabase read(false, true);
+  EXPECT_EQ(read.readDwgFile(Path("road.dxf").c_str()), Acad::eOk);
+}
+
+}  // namespace
+}  // namespace kwhost::dxf

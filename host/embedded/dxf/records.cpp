@@ -1,0 +1,86 @@
+#include "host/embedded/dxf/records.h"
+
+namespace kwhost::dxf {
+namespace {
+
+constexpr size_t kNotInArena = static_cast<size_t>(-1);
+
+}  // namespace
+
+// Texts that do not point into the input move to the arena; their views are set once the
+// record is complete, because the arena may move while it grows.
+std::string_view RecordReader::Keep(std::string_view text) {
+  const bool in_input =
+      text.data() >= input_.data() && text.data() + text.size() <= input_.data() + input_.size();
+  if (in_input) {
+    spans_.emplace_back(kNotInArena, 0);
+    return text;
+  }
+  spans_.emplace_back(arena_.size(), text.size());
+  arena_.append(text);
+  return text;
+}
+
+void RecordReader::Finish(Record* record) {
+  for (size_t i = 0; i < spans_.size(); ++i) {
+    if (spans_[i].first == kNotInArena) continue;
+    const std::string_view text(arena_.data() + spans_[i].first, spans_[i].second);
+    if (i == 0) {
+      record->type = text;
+    } else {
+      record->tags[i - 1].text = text;
+    }
+  }
+}
+
+bool RecordReader::Next(Record* record, bool decode) {
+  RawTag tag;
+  if (ended_ || !reader_.Next(&tag)) return false;
+  if (tag.code != 0) return Fail("group 0 expected, found group " + std::to_string(tag.code));
+  arena_.clear();
+  spans_.clear();
+  record->tags.clear();
+  record->line = tag.line;
+  record->type = Keep(tag.text);
+  while (reader_.Next(&tag)) {
+    if (tag.code == 0) {
+      reader_.Unread();
+      break;
+    }
+    if (decode && tag.type == ValueType::kString) tag.text = codec_.Decode(tag.text, &buffer_);
+    tag.text = Keep(tag.text);
+    record->tags.push_back(tag);
+  }
+  if (reader_.failed()) return false;
+  Finish(record);
+  ended_ = record->type == "EOF";
+  return !ended_;
+}
+
+void RecordReader::Decode(Record* record) {
+  std::string fresh;
+  std::vector<std::pair<size_t, size_t>> spans;
+  const auto keep = [&](std::string_view text) {
+    const bool in_input =
+        text.data() >= input_.data() && text.data() + text.size() <= input_.data() + input_.size();
+    spans.emplace_back(in_input ? kNotInArena : fresh.size(), text.size());
+    if (!in_input) fresh.append(text);
+  };
+  keep(record->type);
+  for (const RawTag& tag : record->tags) {
+    keep(tag.type == ValueType::kString ? codec_.Decode(tag.text, &buffer_) : tag.text);
+  }
+  arena_.swap(fresh);
+  for (size_t i = 0; i < spans.size(); ++i) {
+    std::string_view& text = i == 0 ? record->type : record->tags[i - 1].text;
+    if (spans[i].first != kNotInArena) {
+      text = std::string_view(arena_.data() + spans[i].first, spans[i].second);
+    }
+  }
+}
+
+bool RecordReader::FailAt(const Record& record, std::string_view why) {
+  return reader_.FailAt(record.line, why);
+}
+
+}  // namespace kwhost::dxf

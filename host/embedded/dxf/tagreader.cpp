@@ -1,0 +1,253 @@
+#include "host/embedded/dxf/tagreader.h"
+
+#include <charconv>
+#include <cmath>
+#include <cstring>
+#include <limits>
+
+namespace kwhost::dxf {
+namespace {
+
+std::string_view Trim(std::string_view s) {
+  while (!s.empty() && (s.front() == ' ' || s.front() == '\t')) s.remove_prefix(1);
+  while (!s.empty() && (s.back() == ' ' || s.back() == '\t')) s.remove_suffix(1);
+  return s;
+}
+
+bool ParseDouble(std::string_view s, double* out) {
+  s = Trim(s);
+  if (!s.empty() && s.front() == '+') s.remove_prefix(1);
+  const auto [end, ec] = std::from_chars(s.data(), s.data() + s.size(), *out);
+  return !s.empty() && ec == std::errc() && end == s.data() + s.size() && std::isfinite(*out);
+}
+
+bool ParseInt(std::string_view s, int64_t* out) {
+  s = Trim(s);
+  if (!s.empty() && s.front() == '+') s.remove_prefix(1);
+  const auto [end, ec] = std::from_chars(s.data(), s.data() + s.size(), *out);
+  return !s.empty() && ec == std::errc() && end == s.data() + s.size();
+}
+
+// Accepted ranges: files write unsigned flags into 16- and 32-bit groups too.
+bool InRange(ValueType type, int64_t v) {
+  switch (type) {
+    case ValueType::kInt16:
+      return v >= -32768 && v <= 65535;
+    case ValueType::kInt32:
+      return v >= std::numeric_limits<int32_t>::min() && v <= 0xFFFFFFFFll;
+    case ValueType::kBool:
+      return v >= 0 && v <= 255;
+    default:
+      return true;
+  }
+}
+
+bool IsHex(std::string_view s) {
+  for (char c : s) {
+    if (!std::isxdigit(static_cast<unsigned char>(c))) return false;
+  }
+  return true;
+}
+
+template <class T>
+T LoadLE(const char* p) {
+  T v;
+  std::memcpy(&v, p, sizeof(T));  // the machine is little-endian, like the format
+  return v;
+}
+
+const char kHexDigits[] = "0123456789ABCDEF";
+
+}  // namespace
+
+size_t FormatDouble(double v, char* out) {
+  if (v == 0) v = 0;  // -0.0 is written as 0.0
+  const auto [end, ec] = std::to_chars(out, out + 32, v);
+  size_t n = ec == std::errc() ? static_cast<size_t>(end - out) : 0;
+  if (std::memchr(out, '.', n) == nullptr && std::memchr(out, 'e', n) == nullptr) {
+    out[n++] = '.';
+    out[n++] = '0';
+  }
+  return n;
+}
+
+TagReader::TagReader(std::string_view bytes) : in_(bytes) {
+  binary_ = bytes.substr(0, kBinarySentinel.size()) == kBinarySentinel;
+  if (binary_) {
+    pos_ = kBinarySentinel.size();
+    // The first tag is (0, "SECTION"): a second zero byte means 2-byte group codes.
+    wide_codes_ = pos_ + 1 < in_.size() && in_[pos_] == 0 && in_[pos_ + 1] == 0;
+  }
+}
+
+bool TagReader::FailAt(size_t line, std::string_view why) {
+  if (error_.empty()) {
+    error_ = (binary_ ? "byte " : "line ") + std::to_string(line) + ": ";
+    error_ += why;
+  }
+  done_ = true;
+  return false;
+}
+
+bool TagReader::Next(RawTag* tag) {
+  if (replay_) {
+    replay_ = false;
+    *tag = last_;
+    return !done_;
+  }
+  if (done_) return false;
+  const bool ok = binary_ ? NextBinary(tag) : NextAscii(tag);
+  if (!ok) {
+    done_ = true;
+    return false;
+  }
+  last_ = *tag;
+  return true;
+}
+
+bool TagReader::ReadLine(std::string_view* line) {
+  if (pos_ >= in_.size()) return false;
+  const char* start = in_.data() + pos_;
+  const void* nl = std::memchr(start, '\n', in_.size() - pos_);
+  size_t len = nl ? static_cast<const char*>(nl) - start : in_.size() - pos_;
+  pos_ += len + (nl ? 1 : 0);
+  if (len > 0 && start[len - 1] == '\r') --len;
+  *line = std::string_view(start, len);
+  ++line_;
+  return true;
+}
+
+bool TagReader::NextAscii(RawTag* tag) {
+  std::string_view code_text;
+  if (!ReadLine(&code_text)) return false;
+  last_.line = tag->line = line_;
+  int64_t code = 0;
+  if (!ParseInt(code_text, &code)) {
+    // Blank lines after the last tag are not an error.
+    if (Trim(code_text).empty() &&
+        Trim(in_.substr(pos_)).find_first_not_of("\r\n") == std::string_view::npos) {
+      return false;
+    }
+    return Fail("group code '" + std::string(code_text.substr(0, 40)) + "' is not a number");
+  }
+  tag->code = static_cast<int>(code);
+  tag->type = TypeOfCode(code < 0 || code > kMaxGroupCode ? -1 : tag->code);
+  if (tag->type == ValueType::kInvalid)
+    return Fail("group code " + std::to_string(code) + " is out of range");
+  if (!ReadLine(&tag->text))
+    return Fail("the file ends before the value of group " + std::to_string(code));
+  return ParseAsciiValue(tag);
+}
+
+bool TagReader::ParseAsciiValue(RawTag* tag) {
+  const auto fail = [&](const char* why) {
+    return Fail("group " + std::to_string(tag->code) + " value '" +
+                std::string(tag->text.substr(0, 40)) + "' " + why);
+  };
+  switch (tag->type) {
+    case ValueType::kDouble:
+      return ParseDouble(tag->text, &tag->real) || fail("is not a number");
+    case ValueType::kInt16:
+    case ValueType::kInt32:
+    case ValueType::kInt64:
+    case ValueType::kBool:
+      if (!ParseInt(tag->text, &tag->integer)) return fail("is not an integer");
+      return InRange(tag->type, tag->integer) || fail("is out of range");
+    case ValueType::kBinary:
+      tag->text = Trim(tag->text);
+      if (!IsHex(tag->text) || tag->text.size() % 2 != 0) return fail("is not hex data");
+      return tag->text.size() <= 2 * kMaxChunkBytes || fail("is longer than a binary chunk");
+    default:  // a zero byte could not be written back to a binary file
+      return std::memchr(tag->text.data(), 0, tag->text.size()) == nullptr ||
+             fail("holds a zero byte");
+  }
+}
+
+bool TagReader::Take(size_t n, const char** p) {
+  if (in_.size() - pos_ < n) return Fail("the file ends inside a tag");
+  *p = in_.data() + pos_;
+  pos_ += n;
+  return true;
+}
+
+bool TagReader::ReadBinaryCode(int* code) {
+  const char* p = nullptr;
+  if (wide_codes_) {
+    if (!Take(2, &p)) return false;
+    *code = LoadLE<uint16_t>(p);
+    return true;
+  }
+  if (!Take(1, &p)) return false;
+  *code = static_cast<unsigned char>(*p);
+  if (*code != 255) return true;  // before R13, 255 escapes a 2-byte extended data code
+  if (!Take(2, &p)) return false;
+  *code = LoadLE<uint16_t>(p);
+  return true;
+}
+
+bool TagReader::NextBinary(RawTag* tag) {
+  if (pos_ >= in_.size()) return false;
+  last_.line = tag->line = pos_;
+  if (!ReadBinaryCode(&tag->code)) return false;
+  tag->type = TypeOfCode(tag->code);
+  if (tag->type == ValueType::kInvalid) {
+    return Fail("group code " + std::to_string(tag->code) + " is out of range");
+  }
+  return ReadBinaryValue(tag);
+}
+
+bool TagReader::ReadBinaryValue(RawTag* tag) {
+  const char* p = nullptr;
+  char number[40];
+  switch (tag->type) {
+    case ValueType::kDouble:
+      if (!Take(8, &p)) return false;
+      tag->real = LoadLE<double>(p);
+      if (!std::isfinite(tag->real)) return Fail("a real value is not a finite number");
+      buffer_.assign(number, FormatDouble(tag->real, number));
+      break;
+    case ValueType::kInt16:
+      if (!Take(2, &p)) return false;
+      tag->integer = LoadLE<int16_t>(p);
+      break;
+    case ValueType::kInt32:
+      if (!Take(4, &p)) return false;
+      tag->integer = LoadLE<int32_t>(p);
+      break;
+    case ValueType::kInt64:
+      if (!Take(8, &p)) return false;
+      tag->integer = LoadLE<int64_t>(p);
+      break;
+    case ValueType::kBool:
+      if (!Take(1, &p)) return false;
+      tag->integer = static_cast<unsigned char>(*p);
+      break;
+    case ValueType::kBinary: {
+      if (!Take(1, &p)) return false;
+      const size_t n = static_cast<unsigned char>(*p);
+      if (!Take(n, &p)) return false;
+      buffer_.clear();
+      for (size_t i = 0; i < n; ++i) {
+        buffer_ += kHexDigits[static_cast<unsigned char>(p[i]) >> 4];
+        buffer_ += kHexDigits[p[i] & 0xF];
+      }
+      break;
+    }
+    default: {
+      const void* nul = std::memchr(in_.data() + pos_, '\0', in_.size() - pos_);
+      if (!nul) return Fail("the file ends inside a text value");
+      const size_t n = static_cast<const char*>(nul) - (in_.data() + pos_);
+      tag->text = in_.substr(pos_, n);
+      pos_ += n + 1;
+      return true;
+    }
+  }
+  if (tag->type != ValueType::kDouble && tag->type != ValueType::kBinary) {
+    const auto end = std::to_chars(number, number + sizeof(number), tag->integer).ptr;
+    buffer_.assign(number, end);
+  }
+  tag->text = buffer_;
+  return true;
+}
+
+}  // namespace kwhost::dxf
