@@ -138,6 +138,30 @@ TEST_F(Entities, NewEntitiesTakeTheDrawingDefaults) {
   EXPECT_EQ(line->blockId(), db->currentSpaceId());
 }
 
+TEST_F(Entities, FileEntitiesWithoutLayerOrLinetypeTakeZeroAndByLayer) {
+  AcDbLayerTable* layers = nullptr;
+  db->getLayerTable(layers, AcDb::kForWrite);
+  auto* road = new AcDbLayerTableRecord();
+  road->setName(L"Road");
+  AcDbObjectId roadId;
+  layers->add(roadId, road);
+  road->close();
+  layers->close();
+  ASSERT_EQ(db->setClayer(roadId), Acad::eOk);
+  ASSERT_EQ(db->setCeltype(db->continuousLinetype()), Acad::eOk);
+  AcDbObjectId api = Append(*db, new AcDbPoint());
+  AcDbObjectId read;
+  ASSERT_EQ(
+      kwhost::db::AddWithHandle(*db, new AcDbPoint(), AcDbHandle(), db->currentSpaceId(), read),
+      Acad::eOk);
+  EXPECT_EQ(AcDbEntity::cast(kwhost::db::Peek(api))->layerId(), roadId);
+  EXPECT_EQ(AcDbEntity::cast(kwhost::db::Peek(api))->linetypeId(), db->continuousLinetype());
+  wchar_t* layer = AcDbEntity::cast(kwhost::db::Peek(read))->layer();
+  EXPECT_STREQ(layer, L"0");
+  std::free(layer);
+  EXPECT_EQ(AcDbEntity::cast(kwhost::db::Peek(read))->linetypeId(), db->byLayerLinetype());
+}
+
 TEST_F(Entities, PropertiesByNameNeedTheRecord) {
   auto line = std::make_unique<AcDbLine>();
   EXPECT_EQ(line->setLinetype(L"DASHDOT"), Acad::eKeyNotFound);

@@ -10,7 +10,10 @@
 //   3. A proxy (ProxyEntity, ProxyObject) holds every group of an object of a class the host
 //      does not model, from the first group after group 0 to the end, in file order.
 //   4. DatabaseExtras::header holds every header variable in file order; the typed accessors of
-//      AcDbDatabase read and write the same entries, so nothing is stored twice.
+//      AcDbDatabase ($CLAYER, $CELTYPE, $TEXTSTYLE, $LTSCALE, $EXTMIN, $EXTMAX) read and write
+//      the same entries, so nothing is stored twice. $HANDSEED is the exception: its value is
+//      the database's handle counter (AcDbDatabase::handseed()), which a writer writes in the
+//      entry's place; the entry itself only keeps its position.
 //   5. Handles are unique within a database: AddWithHandle refuses a handle in use
 //      (eHandleInUse) and keeps the handle counter above every handle in use.
 #ifndef KW_HOST_EMBEDDED_DB_KEPT_H_
