@@ -58,6 +58,30 @@ AcDbDatabase* DatabaseFor(const AcDbObject& object) {
 
 using kwhost::db::ObjectAccess;
 
+bool AcDbObjectId::isValid() const {
+  return kwhost::db::Peek(*this) != nullptr;
+}
+
+bool AcDbObjectId::isErased() const {
+  AcDbObject* o = kwhost::db::Peek(*this);
+  return o && o->isErased();
+}
+
+AcDbDatabase* AcDbObjectId::database() const {
+  AcDbObject* o = kwhost::db::Peek(*this);
+  return o ? o->database() : nullptr;
+}
+
+AcDbHandle AcDbObjectId::handle() const {
+  AcDbObject* o = kwhost::db::Peek(*this);
+  return o ? o->objectHandle() : AcDbHandle();
+}
+
+AcRxClass* AcDbObjectId::objectClass() const {
+  AcDbObject* o = kwhost::db::Peek(*this);
+  return o ? o->isA() : nullptr;
+}
+
 KW_DB_DEFINE_MEMBERS(AcDbObject, AcRxObject)
 
 AcDbObject::AcDbObject(const AcDbObject& other) : AcRxObject(other) {
