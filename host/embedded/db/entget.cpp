@@ -230,7 +230,7 @@ resbuf* acdbEntGet(const ads_name name) {
   AcDbObjectId id;
   if (acdbGetObjectId(id, name) != Acad::eOk) return nullptr;
   auto* e = AcDbEntity::cast(kwhost::db::Peek(id));
-  if (!e) return nullptr;
+  if (!e || e->isErased()) return nullptr;
   ListBuilder list;
   std::wstring scratch;
   list.name(-1, id);

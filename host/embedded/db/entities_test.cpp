@@ -310,6 +310,11 @@ TEST_F(Entities, EntGetListsTypeLayerAndGeometry) {
   ads_name name;
   acdbGetAdsName(name, db->layerTableId());
   EXPECT_EQ(acdbEntGet(name), nullptr);
+  AcDbObjectPointer<AcDbLine> erased(lineId, AcDb::kForWrite);
+  ASSERT_EQ(erased->erase(), Acad::eOk);
+  erased.close();
+  acdbGetAdsName(name, lineId);
+  EXPECT_EQ(acdbEntGet(name), nullptr);
 }
 
 TEST_F(Entities, BuildListMakesTypedBuffers) {
