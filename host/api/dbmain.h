@@ -311,6 +311,13 @@ class AcDbDatabase : public AcRxObject {
   // status for a file it cannot read. The sharing mode is accepted and not enforced.
   Acad::ErrorStatus readDwgFile(const wchar_t* fileName, int shareMode = _SH_DENYWR,
                                 bool allowCPConversion = false, const wchar_t* password = nullptr);
+  // Writes the drawing as a DXF file through the host's drawing writer (atomically, the previous
+  // file kept as its ".bak"). `version` is a drawing version name ("AC1015", ...; null keeps the
+  // drawing's own). eOk, and the file becomes the drawing's file name; eInvalidInput;
+  // eNotImplementedYet when the host has no writer; the writer's status on failure.
+  Acad::ErrorStatus dxfOut(const wchar_t* fileName, int precision = 16,
+                           const char* version = nullptr);
+  Acad::ErrorStatus saveAs(const wchar_t* fileName) { return dxfOut(fileName); }
   // A new database (owned by the caller) holding a copy of this drawing's tables and blocks.
   Acad::ErrorStatus wblock(AcDbDatabase*& output);
   // Defines the block `blockName` in this database from the model space of `source` (its

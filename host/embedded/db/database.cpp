@@ -449,6 +449,16 @@ Acad::ErrorStatus AcDbDatabase::readDwgFile(const wchar_t* fileName, int /*share
   return Acad::eOk;
 }
 
+Acad::ErrorStatus AcDbDatabase::dxfOut(const wchar_t* fileName, int /*precision*/,
+                                       const char* version) {
+  if (!fileName || !*fileName) return Acad::eInvalidInput;
+  const kwhost::db::DrawingWriter& writer = kwhost::db::Writer();
+  if (!writer) return Acad::eNotImplementedYet;
+  Acad::ErrorStatus es = writer(fileName, *this, version ? version : "");
+  if (es == Acad::eOk) m_impl->extras.fileName = fileName;
+  return es;
+}
+
 AcDbObjectId AcDbDatabase::clayer() const {
   return HeaderRecord(*this, kwhost::db::kLayers, "$CLAYER", 8);
 }

@@ -13,7 +13,10 @@ namespace {
 
 class Database : public ::testing::Test {
  protected:
-  void TearDown() override { kwhost::db::SetDrawingReader(nullptr); }
+  void TearDown() override {
+    kwhost::db::SetDrawingReader(nullptr);
+    kwhost::db::SetDrawingWriter(nullptr);
+  }
 };
 
 TEST_F(Database, ReadingGoesThroughTheRegisteredReader) {
@@ -45,6 +48,27 @@ TEST_F(Database, ReadingGoesThroughTheRegisteredReader) {
   EXPECT_EQ(found, side.layerTableId());
   kwhost::db::EnsureHandles(side);
   EXPECT_EQ(kwhost::db::Peek(side.blockTableId())->objectHandle().value(), 0x40u);
+}
+
+TEST_F(Database, WritingGoesThroughTheRegisteredWriter) {
+  AcDbDatabase db;
+  EXPECT_EQ(db.saveAs(L"/x/out.dxf"), Acad::eNotImplementedYet);
+  std::string asked;
+  kwhost::db::SetDrawingWriter(
+      [&](const std::wstring& path, AcDbDatabase&, const std::string& version) {
+        asked = version;
+        return path == L"/x/bad.dxf" ? Acad::eFileAccessErr : Acad::eOk;
+      });
+  EXPECT_EQ(db.dxfOut(L"/x/bad.dxf", 16, "AC1032"), Acad::eFileAccessErr);
+  EXPECT_EQ(asked, "AC1032");
+  const wchar_t* name = nullptr;
+  db.getFilename(name);
+  EXPECT_STREQ(name, L"");
+  ASSERT_EQ(db.saveAs(L"/x/out.dxf"), Acad::eOk);
+  EXPECT_EQ(asked, "");
+  db.getFilename(name);
+  EXPECT_STREQ(name, L"/x/out.dxf");
+  EXPECT_EQ(db.dxfOut(nullptr), Acad::eInvalidInput);
 }
 
 TEST_F(Database, AFailedReadLeavesANewDrawing) {

@@ -157,7 +157,8 @@ const std::vector<AcDbObjectId>& TableRecords(const AcDbSymbolTable& table);
 // Reads a drawing file into an empty database (built without defaults). Registered by the
 // drawing-file service; AcDbDatabase::readDwgFile calls it.
 using DrawingReader = std::function<Acad::ErrorStatus(const std::wstring& path, AcDbDatabase& db)>;
-// Writes a database to a file in a format version ("" keeps the drawing's own).
+// Writes a database to a file in a format version ("" keeps the drawing's own), atomically and
+// keeping the previous file as its ".bak". AcDbDatabase::dxfOut and saveAs call it.
 using DrawingWriter = std::function<Acad::ErrorStatus(const std::wstring& path, AcDbDatabase& db,
                                                       const std::string& version)>;
 void SetDrawingReader(DrawingReader reader);
