@@ -21,6 +21,7 @@ using Boolean = int;
 using IntDbId = int64_t;
 using LongPtr = intptr_t;
 using ULongPtr = uintptr_t;
+using GsMarker = intptr_t;
 inline constexpr Boolean kFalse = 0;
 inline constexpr Boolean kTrue = 1;
 }  // namespace Adesk

@@ -33,7 +33,7 @@ Acad::ErrorStatus acdbGetObjectId(AcDbObjectId& id, const ads_name name);
 
 // The entity's DXF list: -1 its name, 0 its type ("LINE", "LWPOLYLINE", "INSERT", ...), 330
 // its owner, 5 its handle, 100 subclass markers, 8 layer, then the properties that differ from
-// their defaults and the geometry. Null when the name is not an entity or it cannot be opened.
+// their defaults and the geometry. Null when the name is not a live entity.
 resbuf* acdbEntGet(const ads_name name);
 // The record `symbol` of table `table` ("LAYER", "LTYPE", "STYLE", "BLOCK", "VIEW", "VPORT";
 // case ignored) as a DXF list (0 the table's type, 2 the name, 70 flags, then the record's

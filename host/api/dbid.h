@@ -12,10 +12,22 @@
 #include "host/api/array.h"
 #include "host/api/ge.h"
 
+class AcDbDatabase;
+class AcDbHandle;
+class AcRxClass;
+
 class AcDbObjectId {
  public:
   AcDbObjectId() = default;
   bool isNull() const { return m_id == 0; }
+  // True when the id names an object of a live database (erased objects included).
+  bool isValid() const;
+  // True when the object is erased (false for an invalid id).
+  bool isErased() const;
+  // The object's database, handle and class; null, a null handle and null for an invalid id.
+  AcDbDatabase* database() const;
+  AcDbHandle handle() const;
+  AcRxClass* objectClass() const;
   void setNull() { m_id = 0; }
   Adesk::IntDbId asOldId() const { return m_id; }
   AcDbObjectId& setFromOldId(Adesk::IntDbId id) {
@@ -40,6 +52,34 @@ struct std::hash<AcDbObjectId> {
 };
 
 using AcDbObjectIdArray = AcArray<AcDbObjectId>;
+
+namespace AcDb {
+enum SubentType {
+  kNullSubentType = 0,
+  kFaceSubentType = 1,
+  kEdgeSubentType = 2,
+  kVertexSubentType = 3,
+  kMlineSubentCache = 4,
+  kClassSubentType = 5,
+  kAxisSubentType = 6,
+};
+}  // namespace AcDb
+
+// A sub-entity of an entity: its kind and its index within the entity.
+class AcDbSubentId {
+ public:
+  AcDbSubentId() = default;
+  AcDbSubentId(AcDb::SubentType type, Adesk::GsMarker index) : m_type(type), m_index(index) {}
+  AcDb::SubentType type() const { return m_type; }
+  void setType(AcDb::SubentType type) { m_type = type; }
+  Adesk::GsMarker index() const { return m_index; }
+  void setIndex(Adesk::GsMarker index) { m_index = index; }
+  bool operator==(const AcDbSubentId&) const = default;
+
+ private:
+  AcDb::SubentType m_type = AcDb::kNullSubentType;
+  Adesk::GsMarker m_index = 0;
+};
 
 // A 64-bit database handle.
 class AcDbHandle {

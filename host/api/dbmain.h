@@ -311,6 +311,13 @@ class AcDbDatabase : public AcRxObject {
   // status for a file it cannot read. The sharing mode is accepted and not enforced.
   Acad::ErrorStatus readDwgFile(const wchar_t* fileName, int shareMode = _SH_DENYWR,
                                 bool allowCPConversion = false, const wchar_t* password = nullptr);
+  // Writes the drawing as a DXF file through the host's drawing writer (atomically, the previous
+  // file kept as its ".bak"). `version` is a drawing version name ("AC1015", ...; null keeps the
+  // drawing's own). eOk, and the file becomes the drawing's file name; eInvalidInput;
+  // eNotImplementedYet when the host has no writer; the writer's status on failure.
+  Acad::ErrorStatus dxfOut(const wchar_t* fileName, int precision = 16,
+                           const char* version = nullptr);
+  Acad::ErrorStatus saveAs(const wchar_t* fileName) { return dxfOut(fileName); }
   // A new database (owned by the caller) holding a copy of this drawing's tables and blocks.
   Acad::ErrorStatus wblock(AcDbDatabase*& output);
   // Defines the block `blockName` in this database from the model space of `source` (its
@@ -325,6 +332,13 @@ class AcDbDatabase : public AcRxObject {
   // database; the open statuses of the objects.
   Acad::ErrorStatus deepCloneObjects(const AcDbObjectIdArray& objectIds, AcDbObjectId owner,
                                      AcDbIdMapping& mapping, bool deferXlation = false);
+
+  // Loads the linetype `linetypeName` (case ignored) from a linetype definition file, found as
+  // AcDbHostApplicationServices::findFile finds it, with the text styles and shape files its
+  // complex elements name. eOk; eInvalidInput; eDuplicateRecordName when the drawing has it;
+  // eFileNotFound (the file, or a shape file an element names); eKeyNotFound when the file
+  // does not define it, an element's text style is missing or its shape is not in the shape file.
+  Acad::ErrorStatus loadLineTypeFile(const wchar_t* linetypeName, const wchar_t* fileName);
 
   // Current layer, linetype and text style.
   AcDbObjectId clayer() const;
@@ -367,8 +381,17 @@ class AcDbHostApplicationServices : public AcRxObject {
   AcDbDatabase* workingDatabase() const;
   // Makes `db` the working database (null: none). The caller keeps ownership.
   void setWorkingDatabase(AcDbDatabase* db);
+  // Finds a support file: the name as given, then beside the drawing of `db` (null: the working
+  // database), then in the host's support folders and the installation's "support" folder.
+  // eOk with the path in fileFound; eFileNotFound; eInvalidInput for bad arguments or a buffer
+  // of fewer than `length` characters too small for the path.
+  Acad::ErrorStatus findFile(wchar_t* fileFound, int length, const wchar_t* fileName,
+                             AcDbDatabase* db = nullptr, int hint = 0);
 };
 AcDbHostApplicationServices* acdbHostApplicationServices();
+// db->loadLineTypeFile (null db: the working database; eNoDatabase when there is none).
+Acad::ErrorStatus acdbLoadLineTypeFile(const wchar_t* linetypeName, const wchar_t* fileName,
+                                       AcDbDatabase* db = nullptr);
 
 // Opens the object for `mode`: eOk with `object` set; eNullObjectId; eNotInDatabase (the
 // database is gone or the id was never handed out); eWasErased (unless openErased); the open

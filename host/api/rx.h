@@ -104,7 +104,10 @@ class AcRxClass : public AcRxObject {
   AcRxClass() = default;
 
   std::wstring m_name;
+  friend void deleteAcRxClass(AcRxClass*);
   std::wstring m_parentName;
+  // The parent once found: class checks walk pointers, not the dictionary.
+  mutable AcRxClass* m_parent = nullptr;
   std::wstring m_dxfName;
   std::wstring m_appName;
   int m_proxyFlags = 0;

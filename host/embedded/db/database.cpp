@@ -49,12 +49,39 @@ Acad::ErrorStatus TakeHandle(AcDbDatabase::Impl& impl, AcDbHandle& handle) {
   return Acad::eOk;
 }
 
+// The "ByLayer" linetype, remembered between calls (a reader asks for it once per entity).
+AcDbObjectId ByLayer(AcDbDatabase& db) {
+  AcDbObjectId& cached = ObjectAccess::Of(db).byLayer;
+  auto* record = AcDbSymbolTableRecord::cast(Peek(cached));
+  if (!record || record->isErased() || !kw::EqualsNoCase(record->name(), L"ByLayer")) {
+    cached = db.byLayerLinetype();
+  }
+  return cached;
+}
+
+// A new entity takes the current layer and linetype; one read from a file without them takes
+// what the file format means by their absence: layer "0" and ByLayer.
+void ApplyEntityDefaults(AcDbDatabase& db, AcDbObject& object, bool fromFile) {
+  auto* entity = AcDbEntity::cast(&object);
+  if (!entity) return;
+  if (entity->layerId().isNull()) {
+    AcDbSymbolTable* layers = TableOf(&db, kLayers);
+    ObjectAccess::SetLayer(*entity, fromFile ? FindRecord(*layers, L"0") : db.clayer());
+  }
+  if (entity->linetypeId().isNull()) {
+    ObjectAccess::SetLinetype(*entity, fromFile ? ByLayer(db) : db.celtype());
+  }
+  auto* text = AcDbText::cast(entity);
+  if (text && text->textStyle().isNull()) text->setTextStyle(db.textstyle());
+}
+
 void AddPendingChildren(AcDbDatabase& db, AcDbObject& object) {
   AcDbObjectId id;
   if (auto* block = AcDbBlockTableRecord::cast(&object)) {
     auto pending = std::move(ObjectAccess::PendingEntities(*block));
     ObjectAccess::PendingEntities(*block).clear();
     for (AcDbEntity* e : pending) {
+      ApplyEntityDefaults(db, *e, false);
       if (AddObject(db, e, object.objectId(), AcDbHandle(), false, id) == Acad::eOk) {
         ObjectAccess::Entities(*block).push_back(id);
       } else {
@@ -74,13 +101,6 @@ void AddPendingChildren(AcDbDatabase& db, AcDbObject& object) {
   }
 }
 
-void ApplyEntityDefaults(AcDbDatabase& db, AcDbObject& object) {
-  auto* entity = AcDbEntity::cast(&object);
-  if (!entity) return;
-  if (entity->layerId().isNull()) ObjectAccess::SetLayer(*entity, db.clayer());
-  if (entity->linetypeId().isNull()) ObjectAccess::SetLinetype(*entity, db.celtype());
-}
-
 }  // namespace
 
 Acad::ErrorStatus AddObject(AcDbDatabase& db, AcDbObject* object, AcDbObjectId owner,
@@ -90,13 +110,13 @@ Acad::ErrorStatus AddObject(AcDbDatabase& db, AcDbObject* object, AcDbObjectId o
   auto& impl = ObjectAccess::Of(db);
   Acad::ErrorStatus es = TakeHandle(impl, handle);
   if (es != Acad::eOk) return es;
+  ApplyEntityDefaults(db, *object, !leaveOpen);  // while the object is still writable
   size_t slot = impl.slots.size();
   impl.slots.push_back(object);
   impl.byHandle.emplace(handle.value(), static_cast<uint32_t>(slot));
   id = MakeId(impl.serial, slot);
   ObjectAccess::Place(*object, id, handle);
   ObjectAccess::SetOwner(*object, owner);
-  ApplyEntityDefaults(db, *object);
   AddPendingChildren(db, *object);
   ObjectAccess::SetWriter(*object, leaveOpen);
   return Acad::eOk;
@@ -427,6 +447,16 @@ Acad::ErrorStatus AcDbDatabase::readDwgFile(const wchar_t* fileName, int /*share
   }
   m_impl->extras.fileName = fileName;
   return Acad::eOk;
+}
+
+Acad::ErrorStatus AcDbDatabase::dxfOut(const wchar_t* fileName, int /*precision*/,
+                                       const char* version) {
+  if (!fileName || !*fileName) return Acad::eInvalidInput;
+  const kwhost::db::DrawingWriter& writer = kwhost::db::Writer();
+  if (!writer) return Acad::eNotImplementedYet;
+  Acad::ErrorStatus es = writer(fileName, *this, version ? version : "");
+  if (es == Acad::eOk) m_impl->extras.fileName = fileName;
+  return es;
 }
 
 AcDbObjectId AcDbDatabase::clayer() const {

@@ -1,7 +1,7 @@
 // DXF lists of entities (acdbEntGet) and of symbol table records (acdbTblSearch, acdbTblNext).
 // Angles are degrees and points of planar entities are in their entity coordinate system, as
-// the drawing format writes them. The position in each table for acdbTblNext is kept per table
-// name and forgotten when the working database changes.
+// the drawing format writes them. Invariant: the position kept for acdbTblNext belongs to the
+// database it was taken in; another working database starts every table from its first record.
 #include <cmath>
 #include <cstdio>
 #include <map>
@@ -230,7 +230,7 @@ resbuf* acdbEntGet(const ads_name name) {
   AcDbObjectId id;
   if (acdbGetObjectId(id, name) != Acad::eOk) return nullptr;
   auto* e = AcDbEntity::cast(kwhost::db::Peek(id));
-  if (!e) return nullptr;
+  if (!e || e->isErased()) return nullptr;
   ListBuilder list;
   std::wstring scratch;
   list.name(-1, id);

@@ -138,6 +138,30 @@ TEST_F(Entities, NewEntitiesTakeTheDrawingDefaults) {
   EXPECT_EQ(line->blockId(), db->currentSpaceId());
 }
 
+TEST_F(Entities, FileEntitiesWithoutLayerOrLinetypeTakeZeroAndByLayer) {
+  AcDbLayerTable* layers = nullptr;
+  db->getLayerTable(layers, AcDb::kForWrite);
+  auto* road = new AcDbLayerTableRecord();
+  road->setName(L"Road");
+  AcDbObjectId roadId;
+  layers->add(roadId, road);
+  road->close();
+  layers->close();
+  ASSERT_EQ(db->setClayer(roadId), Acad::eOk);
+  ASSERT_EQ(db->setCeltype(db->continuousLinetype()), Acad::eOk);
+  AcDbObjectId api = Append(*db, new AcDbPoint());
+  AcDbObjectId read;
+  ASSERT_EQ(
+      kwhost::db::AddWithHandle(*db, new AcDbPoint(), AcDbHandle(), db->currentSpaceId(), read),
+      Acad::eOk);
+  EXPECT_EQ(AcDbEntity::cast(kwhost::db::Peek(api))->layerId(), roadId);
+  EXPECT_EQ(AcDbEntity::cast(kwhost::db::Peek(api))->linetypeId(), db->continuousLinetype());
+  wchar_t* layer = AcDbEntity::cast(kwhost::db::Peek(read))->layer();
+  EXPECT_STREQ(layer, L"0");
+  std::free(layer);
+  EXPECT_EQ(AcDbEntity::cast(kwhost::db::Peek(read))->linetypeId(), db->byLayerLinetype());
+}
+
 TEST_F(Entities, PropertiesByNameNeedTheRecord) {
   auto line = std::make_unique<AcDbLine>();
   EXPECT_EQ(line->setLinetype(L"DASHDOT"), Acad::eKeyNotFound);
@@ -247,6 +271,83 @@ TEST_F(Entities, ExtentsOfCurvesTextAndReferences) {
   EXPECT_NEAR(db->extmax().y, 12, 1e-9);
 }
 
+TEST_F(Entities, ExtentsFollowTheEntityPlane) {
+  // A full circle in the plane x = const: no extent along x, the radius along y and z.
+  AcDbCircle upright(AcGePoint3d(3, 0, 0), AcGeVector3d(1, 0, 0), 2);
+  AcDbExtents ext;
+  ASSERT_EQ(upright.getGeomExtents(ext), Acad::eOk);
+  EXPECT_NEAR(ext.minPoint().x, 3, 1e-12);
+  EXPECT_NEAR(ext.maxPoint().x, 3, 1e-12);
+  EXPECT_NEAR(ext.minPoint().z, -2, 1e-12);
+  EXPECT_NEAR(ext.maxPoint().y, 2, 1e-12);
+  // The arc's start point on a plane seen from below (normal -z) mirrors x.
+  AcDbArc below(AcGePoint3d(0, 0, 0), 1, 0, kPi / 2);
+  ASSERT_EQ(below.setNormal(AcGeVector3d(0, 0, -1)), Acad::eOk);
+  AcGePoint3d start;
+  below.getStartPoint(start);
+  EXPECT_NEAR(start.x, -1, 1e-12);
+  EXPECT_EQ(below.setNormal(AcGeVector3d(0, 0, 0)), Acad::eInvalidInput);
+  AcDbPolyline raised;
+  raised.addVertexAt(0, AcGePoint2d(1, 1));
+  raised.addVertexAt(1, AcGePoint2d(2, 3));
+  raised.setElevation(5);
+  ASSERT_EQ(raised.getGeomExtents(ext), Acad::eOk);
+  EXPECT_EQ(ext.minPoint(), AcGePoint3d(1, 1, 5));
+  EXPECT_EQ(ext.maxPoint(), AcGePoint3d(2, 3, 5));
+}
+
+TEST_F(Entities, PolylineIndexesOutOfRangeChangeNothing) {
+  AcDbPolyline pl;
+  double bulge = 7, s = 7, e = 7;
+  AcGePoint2d p;
+  EXPECT_EQ(pl.getPointAt(0, p), Acad::eInvalidIndex);
+  EXPECT_EQ(pl.setBulgeAt(0, 1), Acad::eInvalidIndex);
+  EXPECT_EQ(pl.getBulgeAt(0, bulge), Acad::eInvalidIndex);
+  EXPECT_EQ(pl.setWidthsAt(0, 1, 1), Acad::eInvalidIndex);
+  EXPECT_EQ(pl.getWidthsAt(0, s, e), Acad::eInvalidIndex);
+  EXPECT_EQ(pl.removeVertexAt(0), Acad::eInvalidIndex);
+  AcGePoint3d start;
+  EXPECT_EQ(pl.getStartPoint(start), Acad::eInvalidInput);
+  for (unsigned i = 0; i < 5; ++i) pl.addVertexAt(i, AcGePoint2d(i, 0));
+  EXPECT_EQ(pl.setWidthsAt(2, -1, 1), Acad::eInvalidInput);
+  EXPECT_EQ(pl.reset(true, 2), Acad::eOk);
+  EXPECT_EQ(pl.numVerts(), 2u);
+  pl.setClosed(true);
+  AcGePoint3d end;
+  pl.getEndPoint(end);
+  EXPECT_EQ(end, AcGePoint3d(0, 0, 0));
+  EXPECT_EQ(pl.reset(false, 0), Acad::eOk);
+  EXPECT_EQ(pl.numVerts(), 0u);
+}
+
+TEST_F(Entities, TextWithoutStyleTakesTheCurrentOne) {
+  AcDbObjectId id = Append(*db, new AcDbText(AcGePoint3d(), L"x"));
+  AcDbObjectPointer<AcDbText> text(id, AcDb::kForRead);
+  EXPECT_EQ(text->textStyle(), db->textstyle());
+  EXPECT_EQ(text->setHeight(0), Acad::eInvalidInput);
+  EXPECT_EQ(text->setTextString(nullptr), Acad::eNullObjectPointer);
+}
+
+TEST_F(Entities, ListsFreeTheirStringsByGroupCode) {
+  // A list mixing command-line and DXF string groups: ASan proves every string is freed.
+  resbuf* list = acutBuildList(RTSTR, L"a", 1, L"b", 300, L"c", 1000, L"d", 102, L"{ACAD", 0);
+  ASSERT_NE(list, nullptr);
+  EXPECT_EQ(acutRelRb(list), RTNORM);
+  EXPECT_EQ(acdbDxfValueKind(330), AcDbDxfValueKind::kName);
+  EXPECT_EQ(acdbDxfValueKind(310), AcDbDxfValueKind::kBinary);
+  EXPECT_EQ(acdbDxfValueKind(1071), AcDbDxfValueKind::kLong);
+  EXPECT_EQ(acdbDxfValueKind(-3), AcDbDxfValueKind::kNone);
+  EXPECT_EQ(acdbDxfValueKind(20), AcDbDxfValueKind::kInvalid);  // y of a point: not a group
+  AcDbIdMapping map;
+  AcDbObjectId a = db->layerTableId(), b = db->blockTableId(), got;
+  map.assign(a, b);
+  map.assign(a, a);
+  EXPECT_EQ(map.size(), 1);
+  ASSERT_TRUE(map.lookup(a, got));
+  EXPECT_EQ(got, a);
+  EXPECT_FALSE(map.lookup(b, got));
+}
+
 TEST_F(Entities, AReferenceToItselfEndsTheExtentsWalk) {
   AcDbObjectId block = NewBlock(*db, L"Loop");
   Append(*db, new AcDbLine(AcGePoint3d(0, 0, 0), AcGePoint3d(1, 0, 0)), L"Loop");
@@ -285,6 +386,11 @@ TEST_F(Entities, EntGetListsTypeLayerAndGeometry) {
   EXPECT_EQ(EntGet(proxyId).substr(0, 7), L"0=HATCH");
   ads_name name;
   acdbGetAdsName(name, db->layerTableId());
+  EXPECT_EQ(acdbEntGet(name), nullptr);
+  AcDbObjectPointer<AcDbLine> erased(lineId, AcDb::kForWrite);
+  ASSERT_EQ(erased->erase(), Acad::eOk);
+  erased.close();
+  acdbGetAdsName(name, lineId);
   EXPECT_EQ(acdbEntGet(name), nullptr);
 }
 

@@ -10,7 +10,10 @@
 //   3. A proxy (ProxyEntity, ProxyObject) holds every group of an object of a class the host
 //      does not model, from the first group after group 0 to the end, in file order.
 //   4. DatabaseExtras::header holds every header variable in file order; the typed accessors of
-//      AcDbDatabase read and write the same entries, so nothing is stored twice.
+//      AcDbDatabase ($CLAYER, $CELTYPE, $TEXTSTYLE, $LTSCALE, $EXTMIN, $EXTMAX) read and write
+//      the same entries, so nothing is stored twice. $HANDSEED is the exception: its value is
+//      the database's handle counter (AcDbDatabase::handseed()), which a writer writes in the
+//      entry's place; the entry itself only keeps its position.
 //   5. Handles are unique within a database: AddWithHandle refuses a handle in use
 //      (eHandleInUse) and keeps the handle counter above every handle in use.
 #ifndef KW_HOST_EMBEDDED_DB_KEPT_H_
@@ -154,10 +157,13 @@ const std::vector<AcDbObjectId>& TableRecords(const AcDbSymbolTable& table);
 // Reads a drawing file into an empty database (built without defaults). Registered by the
 // drawing-file service; AcDbDatabase::readDwgFile calls it.
 using DrawingReader = std::function<Acad::ErrorStatus(const std::wstring& path, AcDbDatabase& db)>;
-// Writes a database to a file in a format version ("" keeps the drawing's own).
+// Writes a database to a file in a format version ("" keeps the drawing's own), atomically and
+// keeping the previous file as its ".bak". AcDbDatabase::dxfOut and saveAs call it.
 using DrawingWriter = std::function<Acad::ErrorStatus(const std::wstring& path, AcDbDatabase& db,
                                                       const std::string& version)>;
 void SetDrawingReader(DrawingReader reader);
+// Folders searched for support files (linetype and shape files) after the drawing's folder.
+void SetSupportFolders(std::vector<std::wstring> folders);
 void SetDrawingWriter(DrawingWriter writer);
 const DrawingWriter& GetDrawingWriter();
 

@@ -1,9 +1,9 @@
 // Objects: the process-wide list of databases, resolving ids, open states, erasing, and the
-// statuses' names. The states of an open object (see dbmain.h):
-//   closed         readers 0, no writer, no notifier;
-//   read (n)       readers n (1..256), no writer;
-//   write          one writer, no readers;
-//   + notify       a notifier may join any of the above.
+// statuses' names. Invariants (beyond store.h):
+//   1. An object's open state is one of: closed (readers 0, no writer); read (readers 1..256,
+//      no writer); write (one writer, readers 0). A notifier may join any of them, once.
+//   2. A non-resident object is always writable and never counts opens.
+//   3. An erased object keeps its id, handle and data; only opens without openErased refuse it.
 #include <array>
 
 #include "common/text.h"
@@ -57,6 +57,30 @@ AcDbDatabase* DatabaseFor(const AcDbObject& object) {
 }  // namespace kwhost::db
 
 using kwhost::db::ObjectAccess;
+
+bool AcDbObjectId::isValid() const {
+  return kwhost::db::Peek(*this) != nullptr;
+}
+
+bool AcDbObjectId::isErased() const {
+  AcDbObject* o = kwhost::db::Peek(*this);
+  return o && o->isErased();
+}
+
+AcDbDatabase* AcDbObjectId::database() const {
+  AcDbObject* o = kwhost::db::Peek(*this);
+  return o ? o->database() : nullptr;
+}
+
+AcDbHandle AcDbObjectId::handle() const {
+  AcDbObject* o = kwhost::db::Peek(*this);
+  return o ? o->objectHandle() : AcDbHandle();
+}
+
+AcRxClass* AcDbObjectId::objectClass() const {
+  AcDbObject* o = kwhost::db::Peek(*this);
+  return o ? o->isA() : nullptr;
+}
 
 KW_DB_DEFINE_MEMBERS(AcDbObject, AcRxObject)
 

@@ -154,6 +154,17 @@ TEST_F(Objects, IdsOfADeletedDatabaseStopResolving) {
   EXPECT_EQ(kwhost::db::Peek(layers), nullptr);
 }
 
+TEST_F(Objects, IdsAnswerForTheirObjects) {
+  EXPECT_TRUE(lineId.isValid());
+  EXPECT_EQ(lineId.database(), db.get());
+  EXPECT_EQ(lineId.objectClass(), AcDbLine::desc());
+  EXPECT_EQ(lineId.handle(), kwhost::db::Peek(lineId)->objectHandle());
+  EXPECT_FALSE(lineId.isErased());
+  EXPECT_FALSE(AcDbObjectId().isValid());
+  EXPECT_EQ(AcDbObjectId().database(), nullptr);
+  EXPECT_TRUE(AcDbObjectId().handle().isNull());
+}
+
 TEST_F(Objects, EntityNamesAndIdsConvertBothWays) {
   ads_name name;
   ASSERT_EQ(acdbGetAdsName(name, lineId), Acad::eOk);

@@ -32,6 +32,7 @@ struct AcDbDatabase::Impl {
   // Block, layer, linetype, text style, view, viewport tables.
   AcDbObjectId tables[6];
   kwhost::db::DatabaseExtras extras;
+  AcDbObjectId byLayer;  // a hint, checked before use
 };
 
 struct AcDbSymbolTable::NameIndex {

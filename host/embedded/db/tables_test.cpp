@@ -226,6 +226,65 @@ TEST_F(Tables, TableNextWalksFromASearchedRecord) {
   acutRelRb(next);
 }
 
+TEST_F(Tables, IteratorsShowErasedRecordsOnlyWhenAskedAndSeek) {
+  AcDbObjectId a, b;
+  ASSERT_EQ(AddLayer(L"A", &a), Acad::eOk);
+  ASSERT_EQ(AddLayer(L"B", &b), Acad::eOk);
+  AcDbLayerTableRecord* rec = nullptr;
+  ASSERT_EQ(acdbOpenObject(rec, a, AcDb::kForWrite), Acad::eOk);
+  rec->erase();
+  rec->close();
+  AcDbLayerTable* layers = nullptr;
+  db->getLayerTable(layers);
+  EXPECT_EQ(Names(layers), (std::vector<std::wstring>{L"0", L"B"}));
+  AcDbLayerTableIterator* it = nullptr;
+  layers->newIterator(it, true, false);
+  int all = 0;
+  for (; !it->done(); it->step(true, false)) ++all;
+  EXPECT_EQ(all, 3);
+  EXPECT_EQ(it->getRecord(rec), Acad::eInvalidIndex);
+  EXPECT_EQ(rec, nullptr);
+  ASSERT_EQ(it->seek(a), Acad::eOk);
+  EXPECT_EQ(it->getRecord(rec), Acad::eWasErased);
+  ASSERT_EQ(it->getRecord(rec, AcDb::kForRead, true), Acad::eOk);
+  EXPECT_TRUE(rec->isErased());
+  rec->close();
+  EXPECT_EQ(it->seek(db->blockTableId()), Acad::eKeyNotFound);
+  delete it;
+  layers->close();
+}
+
+TEST_F(Tables, ViewsCopyAsValues) {
+  AcDbViewTableRecord view;
+  view.setCenterPoint(AcGePoint2d(5, 6));
+  view.setHeight(40);
+  view.setWidth(80);
+  view.setIsPaperspaceView(true);
+  AcDbViewTableRecord copy(view);
+  EXPECT_EQ(copy.centerPoint(), AcGePoint2d(5, 6));
+  EXPECT_EQ(copy.width(), 80);
+  EXPECT_TRUE(copy.isPaperspaceView());
+  AcDbViewTableRecord assigned;
+  assigned = view;
+  EXPECT_EQ(assigned.height(), 40);
+  EXPECT_TRUE(assigned.objectId().isNull());
+
+  AcDbViewTable* views = nullptr;
+  db->getViewTable(views, AcDb::kForWrite);
+  auto* named = static_cast<AcDbViewTableRecord*>(view.clone());
+  named->setName(L"Plan");
+  AcDbObjectId id;
+  ASSERT_EQ(views->add(id, named), Acad::eOk);
+  named->setHeight(10);
+  named->close();
+  views->close();
+  EXPECT_EQ(view.height(), 40);  // the clone is a copy
+  AcDbViewportTable* ports = nullptr;
+  ASSERT_EQ(db->getViewportTable(ports), Acad::eOk);
+  EXPECT_EQ(Names(ports), std::vector<std::wstring>{L"*Active"});
+  ports->close();
+}
+
 TEST_F(Tables, LinetypeDashesKeepShapesAndTexts) {
   AcDbLinetypeTable* table = nullptr;
   db->getLinetypeTable(table, AcDb::kForWrite);

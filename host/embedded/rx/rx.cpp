@@ -44,8 +44,9 @@ ACRX_NO_CONS_DEFINE_MEMBERS(AcRxClass, AcRxObject)
 ACRX_NO_CONS_DEFINE_MEMBERS(AcRxDictionary, AcRxObject)
 
 AcRxClass* AcRxClass::myParent() const {
-  if (m_parentName.empty()) return nullptr;
-  return static_cast<AcRxClass*>(ClassDict().at(m_parentName.c_str()));
+  if (m_parent || m_parentName.empty()) return m_parent;
+  m_parent = static_cast<AcRxClass*>(ClassDict().at(m_parentName.c_str()));
+  return m_parent;
 }
 
 bool AcRxClass::isDerivedFrom(const AcRxClass* other) const {
@@ -108,6 +109,10 @@ AcRxClass* newAcRxClass(const wchar_t* className, const wchar_t* parentClassName
 void deleteAcRxClass(AcRxClass* cls) {
   if (!cls) return;
   if (ClassDict().at(cls->name()) == cls) ClassDict().remove(cls->name());
+  for (auto& [name, entry] : ClassDict().entries()) {
+    auto* child = static_cast<AcRxClass*>(entry);
+    if (child->m_parent == cls) child->m_parent = nullptr;
+  }
   delete cls;
 }
 

@@ -62,6 +62,19 @@ TEST_F(Registry, NewClassWithLateParentAndDelete) {
   EXPECT_EQ(acrxClassDictionary->at(L"LateChild"), nullptr);
 }
 
+TEST_F(Registry, ChildForgetsADeletedParentAndFindsItsSuccessor) {
+  AcRxClass* parent = newAcRxClass(L"GoneParent", L"AcRxObject");
+  AcRxClass* child = newAcRxClass(L"StayingChild", L"GoneParent");
+  ASSERT_EQ(child->myParent(), parent);
+  deleteAcRxClass(parent);
+  EXPECT_EQ(child->myParent(), nullptr);
+  EXPECT_FALSE(child->isDerivedFrom(AcRxObject::desc()));
+  AcRxClass* successor = newAcRxClass(L"GoneParent", L"AcRxObject");
+  EXPECT_EQ(child->myParent(), successor);
+  deleteAcRxClass(child);
+  deleteAcRxClass(successor);
+}
+
 TEST_F(Registry, ClassesSurviveResetButRegistryExtrasDoNot) {
   AcRxClass* cls = newAcRxClass(L"Survivor", L"AcRxObject");
   acrxSysRegistry()->atPut(L"EXTRA", new AcRxDictionary());
