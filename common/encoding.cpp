@@ -121,12 +121,13 @@ size_t DecodeUtf8At(std::string_view s, size_t i, char32_t* out) {
 // `on_bad(src, src_left, out)`, which appends a replacement and returns how many input bytes
 // to skip (at least one), and conversion goes on.
 // iconv descriptors are not thread-safe, so each conversion opens its own.
+// Converts with an open descriptor (its shift state reset first). Input iconv cannot convert
+// is handed to `on_bad(src, src_left, out)`, which appends a replacement and returns how many
+// input bytes to skip (at least one), and conversion goes on.
 template <class OnBad>
-std::string IconvConvertWith(const char* to, const char* from, const char* in, size_t in_bytes,
-                             OnBad&& on_bad) {
+std::string IconvRun(iconv_t cd, const char* in, size_t in_bytes, OnBad&& on_bad) {
   std::string out;
-  iconv_t cd = iconv_open(to, from);
-  if (cd == reinterpret_cast<iconv_t>(-1)) return out;
+  iconv(cd, nullptr, nullptr, nullptr, nullptr);
   out.resize(in_bytes * 2 + 16);
   char* src = const_cast<char*>(in);
   size_t src_left = in_bytes;
@@ -149,6 +150,17 @@ std::string IconvConvertWith(const char* to, const char* from, const char* in, s
     out.resize(used + src_left * 2 + 16);
   }
   out.resize(used);
+  return out;
+}
+
+// One conversion from `from` to `to` with a descriptor of its own (iconv descriptors are not
+// thread-safe, so each conversion opens its own).
+template <class OnBad>
+std::string IconvConvertWith(const char* to, const char* from, const char* in, size_t in_bytes,
+                             OnBad&& on_bad) {
+  iconv_t cd = iconv_open(to, from);
+  if (cd == reinterpret_cast<iconv_t>(-1)) return std::string();
+  std::string out = IconvRun(cd, in, in_bytes, on_bad);
   iconv_close(cd);
   return out;
 }
@@ -304,23 +316,67 @@ std::wstring FromLocale(std::string_view bytes) {
   return BytesToWide(bytes, LocaleCodeset());
 }
 
+namespace {
+
+// Replaces each invalid byte by U+FFFD.
+size_t ReplaceByte(const char*, size_t, std::string& out) {
+  out += "\xEF\xBF\xBD";
+  return 1;
+}
+
+// Hands each character the code page cannot hold to `unmappable`; malformed UTF-8 becomes '?'.
+struct Unmappable {
+  const std::function<void(char32_t, std::string&)>& escape;
+  size_t operator()(const char* src, size_t left, std::string& out) const {
+    char32_t c = 0;
+    const size_t len = DecodeUtf8At(std::string_view(src, left), 0, &c);
+    if (len == 0) {
+      out += '?';
+      return 1;
+    }
+    escape(c, out);
+    return len;
+  }
+};
+
+}  // namespace
+
 std::string CodePageToUtf8(std::string_view bytes, const char* codepage) {
-  return IconvConvert("UTF-8", codepage, bytes.data(), bytes.size(), "\xEF\xBF\xBD", 3, 1);
+  return IconvConvertWith("UTF-8", codepage, bytes.data(), bytes.size(), ReplaceByte);
 }
 
 std::string Utf8ToCodePage(std::string_view utf8, const char* codepage,
                            const std::function<void(char32_t, std::string&)>& unmappable) {
-  return IconvConvertWith(codepage, "UTF-8", utf8.data(), utf8.size(),
-                          [&](const char* src, size_t left, std::string& out) -> size_t {
-                            char32_t c = 0;
-                            const size_t len = DecodeUtf8At(std::string_view(src, left), 0, &c);
-                            if (len == 0) {
-                              out += '?';
-                              return 1;
-                            }
-                            unmappable(c, out);
-                            return len;
-                          });
+  return IconvConvertWith(codepage, "UTF-8", utf8.data(), utf8.size(), Unmappable{unmappable});
+}
+
+CodePageConverter::CodePageConverter(std::string codepage) : codepage_(std::move(codepage)) {}
+
+CodePageConverter::~CodePageConverter() {
+  for (void* cd : {to_utf8_, from_utf8_}) {
+    if (cd) iconv_close(static_cast<iconv_t>(cd));
+  }
+}
+
+// Descriptors open on first use; a code page iconv does not know gives "" as the free
+// functions do.
+std::string CodePageConverter::ToUtf8(std::string_view bytes) {
+  if (!to_utf8_) to_utf8_ = Open("UTF-8", codepage_.c_str());
+  if (to_utf8_ == kFailed) return std::string();
+  return IconvRun(static_cast<iconv_t>(to_utf8_), bytes.data(), bytes.size(), ReplaceByte);
+}
+
+std::string CodePageConverter::FromUtf8(
+    std::string_view utf8, const std::function<void(char32_t, std::string&)>& unmappable) {
+  if (!from_utf8_) from_utf8_ = Open(codepage_.c_str(), "UTF-8");
+  if (from_utf8_ == kFailed) return std::string();
+  return IconvRun(static_cast<iconv_t>(from_utf8_), utf8.data(), utf8.size(),
+                  Unmappable{unmappable});
+}
+
+void* CodePageConverter::Open(const char* to, const char* from) {
+  iconv_t cd = iconv_open(to, from);
+  return cd == reinterpret_cast<iconv_t>(-1) ? kFailed : static_cast<void*>(cd);
 }
 
 }  // namespace kw

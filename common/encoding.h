@@ -100,6 +100,28 @@ std::string CodePageToUtf8(std::string_view bytes, const char* codepage);
 std::string Utf8ToCodePage(std::string_view utf8, const char* codepage,
                            const std::function<void(char32_t, std::string&)>& unmappable);
 
+// The same conversions for one code page with its iconv descriptors kept open: for callers
+// that convert many short texts (drawing files). One converter serves one thread.
+class CodePageConverter {
+ public:
+  explicit CodePageConverter(std::string codepage);
+  ~CodePageConverter();
+  CodePageConverter(const CodePageConverter&) = delete;
+  CodePageConverter& operator=(const CodePageConverter&) = delete;
+
+  std::string ToUtf8(std::string_view bytes);
+  std::string FromUtf8(std::string_view utf8,
+                       const std::function<void(char32_t, std::string&)>& unmappable);
+
+ private:
+  static inline void* const kFailed = reinterpret_cast<void*>(-1);
+  static void* Open(const char* to, const char* from);
+
+  std::string codepage_;
+  void* to_utf8_ = nullptr;  // iconv_t, opened on first use (kFailed: unknown code page)
+  void* from_utf8_ = nullptr;
+};
+
 std::string ToLocale(std::wstring_view text);
 std::wstring FromLocale(std::string_view bytes);
 

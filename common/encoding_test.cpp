@@ -129,5 +129,18 @@ TEST(EncodingTest, CodePagesConvertToAndFromUtf8) {
             "a?b");
 }
 
+TEST(EncodingTest, ACodePageConverterGivesTheSameResultsCallAfterCall) {
+  const auto escape = [](char32_t c, std::string& out) { out += "<" + std::to_string(c) + ">"; };
+  CodePageConverter gbk("CP936");
+  for (int i = 0; i < 3; ++i) {
+    EXPECT_EQ(gbk.ToUtf8(Bytes({'a', 0xD6})), "a\xEF\xBF\xBD");  // a cut character ...
+    EXPECT_EQ(gbk.ToUtf8(Bytes({0xD6, 0xD0})), "中");            // ... leaves no state behind
+    EXPECT_EQ(gbk.FromUtf8("中\U0001F600", escape), Bytes({0xD6, 0xD0}) + "<128512>");
+  }
+  CodePageConverter unknown("NO-SUCH-PAGE");
+  EXPECT_EQ(unknown.ToUtf8("a"), "");
+  EXPECT_EQ(unknown.FromUtf8("a", escape), "");
+}
+
 }  // namespace
 }  // namespace kw

@@ -5,6 +5,7 @@
 
 #include <filesystem>
 #include <initializer_list>
+#include <set>
 #include <string>
 #include <utility>
 
@@ -13,6 +14,7 @@
 #include "host/api/dbpl.h"
 #include "host/api/dbsymtb.h"
 #include "host/embedded/db/kept.h"
+#include "host/embedded/dxf/tagreader.h"
 
 namespace kwhost::dxf {
 namespace {
@@ -135,6 +137,22 @@ std::string Write(AcDbDatabase& db, const char* version = "", bool binary = fals
   return bytes;
 }
 
+// Every handle (groups 5 and 105 after the header) is used once.
+bool HandlesUnique(std::string_view bytes) {
+  TagReader reader(bytes);
+  RawTag tag;
+  std::set<std::string> seen;
+  bool header = true;
+  while (reader.Next(&tag)) {
+    if (tag.code == 0 && tag.text == "ENDSEC") header = false;
+    if (!header && (tag.code == 5 || tag.code == 105) &&
+        !seen.insert(std::string(tag.text)).second) {
+      return false;
+    }
+  }
+  return !reader.failed() && seen.size() > 20;
+}
+
 AcDbObjectId ModelSpace(AcDbDatabase& db) {
   AcDbBlockTable* table = nullptr;
   AcDbObjectId id;
@@ -225,6 +243,7 @@ TEST(DxfWriteTest, NewDrawingsAreR2000InGbkWithUniqueHandles) {
   EXPECT_EQ(out.substr(0, 47), "  0\nSECTION\n  2\nHEADER\n  9\n$ACADVER\n  1\nAC1015\n");
   EXPECT_NE(out.find("$DWGCODEPAGE\n  3\nANSI_936\n"), std::string::npos);
   EXPECT_NE(out.find("\n  1\n\xB5\xC0\xC2\xB7\n"), std::string::npos);  // 道路 in GBK
+  EXPECT_TRUE(HandlesUnique(out));
   AcDbDatabase again(false, true);
   std::string message;
   ASSERT_EQ(ReadDrawingBytes(out, again, &message), Acad::eOk) << message;

@@ -120,19 +120,31 @@ db::Tags Reader::AllTags(const Record& r) const {
   return tags;
 }
 
-bool Reader::TakeSideHandle(uint64_t handle, size_t line) {
+// A handle of the file may already have gone to an object the reader made itself (a layer an
+// entity named, a block record of an R12 file) when the file's header gave no handle seed
+// above it: that object moves to a free handle. False when a file object holds the handle.
+bool Reader::Vacate(uint64_t handle) {
   AcDbObjectId id;
+  if (db_.getAcDbObjectId(id, false, AcDbHandle(handle)) != Acad::eOk) return true;
+  AcDbObject* object = db::Peek(id);
+  if (!object || made_.count(id.asOldId()) == 0) return false;
+  uint64_t free = std::max({db_.handseed().value(), handseed_, handle + 1});
+  while (side_handles_.count(free) != 0) ++free;
+  return db::SetHandle(db_, *object, AcDbHandle(free)) == Acad::eOk;
+}
+
+bool Reader::TakeSideHandle(uint64_t handle, size_t line) {
   if (handle == 0) return true;
-  if (!side_handles_.insert(handle).second ||
-      db_.getAcDbObjectId(id, false, AcDbHandle(handle)) == Acad::eOk) {
+  if (!side_handles_.insert(handle).second || !Vacate(handle)) {
     return records_.FailAt(Record{"", line, {}}, "handle used twice");
   }
   handseed_ = std::max(handseed_, handle + 1);
+  db::RaiseHandseed(db_, handseed_);  // objects made from now on take handles above it
   return true;
 }
 
 bool Reader::Add(AcDbObject* object, const Identity& id, AcDbObjectId owner, AcDbObjectId* added) {
-  if (id.handle != 0 && side_handles_.count(id.handle) != 0) {
+  if (id.handle != 0 && (side_handles_.count(id.handle) != 0 || !Vacate(id.handle))) {
     delete object;
     return Fail("handle used twice");
   }
@@ -142,6 +154,7 @@ bool Reader::Add(AcDbObject* object, const Identity& id, AcDbObjectId owner, AcD
     delete object;
     return Fail(es == Acad::eHandleInUse ? "handle used twice" : "the object cannot be added");
   }
+  if (id.handle == 0) made_.insert(got.asOldId());
   handseed_ = std::max(handseed_, id.handle + 1);
   if (id.owner != 0) owners_.emplace_back(id.owner, id.line);
   if (added) *added = got;

@@ -190,7 +190,9 @@ bool Reader::Vertex(AcDbObjectId polyline) {
   pl->close();
   if (es != Acad::eOk) return delete raw, Fail("the vertex cannot be added");
   raw->close();
-  if (id.handle != 0 && db::SetHandle(db_, *raw, AcDbHandle(id.handle)) != Acad::eOk) {
+  if (id.handle == 0) made_.insert(added.asOldId());
+  if (id.handle != 0 &&
+      (!Vacate(id.handle) || db::SetHandle(db_, *raw, AcDbHandle(id.handle)) != Acad::eOk)) {
     return Fail("handle used twice");
   }
   handseed_ = std::max(handseed_, id.handle + 1);

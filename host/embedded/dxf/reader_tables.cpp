@@ -116,7 +116,9 @@ bool Reader::TableHead(std::string_view name, AcDbObjectId table) {
     }
   }
   AcDbObject* object = db::Peek(table);
-  if (handle != 0 && object && db::SetHandle(db_, *object, AcDbHandle(handle)) != Acad::eOk) {
+  if (handle != 0 && object &&
+      (side_handles_.count(handle) != 0 || !Vacate(handle) ||
+       db::SetHandle(db_, *object, AcDbHandle(handle)) != Acad::eOk)) {
     return Fail("handle used twice");
   }
   handseed_ = std::max(handseed_, handle + 1);

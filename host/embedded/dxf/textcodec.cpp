@@ -125,17 +125,18 @@ bool IsUtf8Version(std::string_view acadver) {
 TextCodec::TextCodec(std::string_view acadver, std::string_view dwgcodepage, bool ascii_file)
     : utf8_(IsUtf8Version(acadver)), carets_(ascii_file) {
   if (utf8_) return;
-  iconv_name_ = "CP1252";
+  const char* iconv_name = "CP1252";
   for (const CodePage& page : kCodePages) {
-    if (EqualsNoCase(dwgcodepage, page.dxf)) iconv_name_ = page.iconv;
+    if (EqualsNoCase(dwgcodepage, page.dxf)) iconv_name = page.iconv;
   }
+  converter_ = std::make_shared<kw::CodePageConverter>(iconv_name);
 }
 
 // Escapes are undone and made on UTF-8 text: a double-byte character's second byte may
 // be '^' or '\\' and is never an escape.
 std::string_view TextCodec::Decode(std::string_view raw, std::string* buffer) const {
   if (!NeedsWork(raw, carets_, !utf8_)) return raw;
-  std::string text = utf8_ ? std::string(raw) : kw::CodePageToUtf8(raw, iconv_name_.c_str());
+  std::string text = utf8_ ? std::string(raw) : converter_->ToUtf8(raw);
   if (!utf8_) text = UndoUnicodeEscapes(text);
   *buffer = carets_ ? UndoCarets(text) : std::move(text);
   return *buffer;
@@ -144,7 +145,7 @@ std::string_view TextCodec::Decode(std::string_view raw, std::string* buffer) co
 std::string_view TextCodec::Encode(std::string_view utf8, std::string* buffer) const {
   if (!NeedsWork(utf8, carets_, false)) return utf8;
   std::string text = carets_ ? DoCarets(utf8) : std::string(utf8);
-  *buffer = utf8_ ? std::move(text) : kw::Utf8ToCodePage(text, iconv_name_.c_str(), EscapeUnicode);
+  *buffer = utf8_ ? std::move(text) : converter_->FromUtf8(text, EscapeUnicode);
   return *buffer;
 }
 

@@ -4,12 +4,16 @@
 // is written as '^' followed by the character + 64 ("^J" for a line feed) and '^' itself as
 // "^ ", so that no value can break a line.
 //
-// In memory every string value is UTF-8. A codec is a small value: copy it freely.
+// In memory every string value is UTF-8. A codec is a small value: copy it freely; copies
+// share one converter, so a codec and its copies serve one thread.
 #ifndef KWHOST_EMBEDDED_DXF_TEXTCODEC_H_
 #define KWHOST_EMBEDDED_DXF_TEXTCODEC_H_
 
+#include <memory>
 #include <string>
 #include <string_view>
+
+#include "common/encoding.h"
 
 namespace kwhost::dxf {
 
@@ -40,7 +44,8 @@ class TextCodec {
  private:
   bool utf8_ = true;
   bool carets_ = false;
-  std::string iconv_name_;  // "CP936"; empty for UTF-8
+  // The code page's converter, shared by the copies of a codec (null for UTF-8).
+  std::shared_ptr<kw::CodePageConverter> converter_;
 };
 
 }  // namespace kwhost::dxf

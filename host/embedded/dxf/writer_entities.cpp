@@ -16,6 +16,11 @@ bool IsZ(const AcGeVector3d& n) {
   return n == AcGeVector3d(0, 0, 1);
 }
 
+// A block's list holds entities only (the database adds nothing else to it).
+const AcDbEntity* EntityAt(AcDbObjectId id) {
+  return static_cast<const AcDbEntity*>(db::Peek(id));
+}
+
 }  // namespace
 
 void Writer::Subclass(const AcDbObject& o, std::string_view marker) {
@@ -64,7 +69,7 @@ void Writer::Blocks() {
     BlockBegin(*b);
     if (id != model_ && id != paper_) {
       for (AcDbObjectId e : db::BlockEntities(*b)) {
-        const auto* entity = AcDbEntity::cast(db::Peek(e));
+        const AcDbEntity* entity = EntityAt(e);
         if (entity && !entity->isErased()) Entity(*entity, b->objectHandle().value(), false);
       }
     }
@@ -128,7 +133,7 @@ void Writer::Entities() {
     const auto* b = AcDbBlockTableRecord::cast(db::Peek(space));
     if (!b) continue;
     for (AcDbObjectId e : db::BlockEntities(*b)) {
-      const auto* entity = AcDbEntity::cast(db::Peek(e));
+      const AcDbEntity* entity = EntityAt(e);
       if (entity && !entity->isErased()) {
         Entity(*entity, b->objectHandle().value(), space == paper_);
       }
@@ -170,10 +175,13 @@ void Writer::Common(const AcDbEntity& e, std::string_view type, uint64_t owner, 
   Subclass(e, "AcDbEntity");
 }
 
+// Entities are told apart by their exact class: one look at isA() instead of walking the
+// class tree once per candidate.
 void Writer::Entity(const AcDbEntity& e, uint64_t owner, bool paper) {
-  if (const auto* p = db::ProxyEntity::cast(&e)) return Proxy(*p);
-  if (const auto* p = AcDb2dPolyline::cast(&e)) return Polyline(*p, owner, paper);
-  if (const auto* l = AcDbLine::cast(&e)) {
+  const AcRxClass* cls = e.isA();
+  if (const auto* p = As<db::ProxyEntity>(e, cls)) return Proxy(*p);
+  if (const auto* p = As<AcDb2dPolyline>(e, cls)) return Polyline(*p, owner, paper);
+  if (const auto* l = As<AcDbLine>(e, cls)) {
     Common(e, "LINE", owner, paper);
     w_.String(100, "AcDbLine");
     if (l->thickness() != 0) w_.Double(39, l->thickness());
@@ -182,7 +190,7 @@ void Writer::Entity(const AcDbEntity& e, uint64_t owner, bool paper) {
     if (!IsZ(l->normal())) w_.Point(210, l->normal().x, l->normal().y, l->normal().z);
     return Finish(e, {"AcDbEntity", "AcDbLine"});
   }
-  Fields(e, owner, paper);
+  Fields(e, cls, owner, paper);
 }
 
 }  // namespace kwhost::dxf

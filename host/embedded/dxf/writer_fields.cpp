@@ -17,11 +17,11 @@ bool IsZ(const AcGeVector3d& n) {
 
 }  // namespace
 
-void Writer::Fields(const AcDbEntity& e, uint64_t owner, bool paper) {
+void Writer::Fields(const AcDbEntity& e, const AcRxClass* cls, uint64_t owner, bool paper) {
   const auto normal = [&](const AcGeVector3d& n) {
     if (!IsZ(n)) w_.Point(210, n.x, n.y, n.z);
   };
-  if (const auto* p = AcDbPoint::cast(&e)) {
+  if (const auto* p = As<AcDbPoint>(e, cls)) {
     Common(e, "POINT", owner, paper);
     w_.String(100, "AcDbPoint");
     w_.Point(10, p->position().x, p->position().y, p->position().z);
@@ -30,7 +30,7 @@ void Writer::Fields(const AcDbEntity& e, uint64_t owner, bool paper) {
     if (p->ecsRotation() != 0) w_.Double(50, p->ecsRotation() / kDegree);
     return Finish(e, {"AcDbEntity", "AcDbPoint"});
   }
-  if (const auto* a = AcDbArc::cast(&e)) {
+  if (const auto* a = As<AcDbArc>(e, cls)) {
     Common(e, "ARC", owner, paper);
     w_.String(100, "AcDbCircle");
     if (a->thickness() != 0) w_.Double(39, a->thickness());
@@ -44,7 +44,7 @@ void Writer::Fields(const AcDbEntity& e, uint64_t owner, bool paper) {
     w_.Double(51, a->endAngle() / kDegree);
     return Finish(e, {"AcDbEntity", "AcDbCircle", "AcDbArc"});
   }
-  if (const auto* c = AcDbCircle::cast(&e)) {
+  if (const auto* c = As<AcDbCircle>(e, cls)) {
     Common(e, "CIRCLE", owner, paper);
     w_.String(100, "AcDbCircle");
     if (c->thickness() != 0) w_.Double(39, c->thickness());
@@ -54,7 +54,7 @@ void Writer::Fields(const AcDbEntity& e, uint64_t owner, bool paper) {
     normal(c->normal());
     return Finish(e, {"AcDbEntity", "AcDbCircle"});
   }
-  if (const auto* p = AcDbPolyline::cast(&e)) {
+  if (const auto* p = As<AcDbPolyline>(e, cls)) {
     Common(e, "LWPOLYLINE", owner, paper);
     w_.String(100, "AcDbPolyline");
     w_.Int(90, p->numVerts());
@@ -81,7 +81,7 @@ void Writer::Fields(const AcDbEntity& e, uint64_t owner, bool paper) {
     normal(p->normal());
     return Finish(e, {"AcDbEntity", "AcDbPolyline"});
   }
-  if (const auto* t = AcDbText::cast(&e)) {
+  if (const auto* t = As<AcDbText>(e, cls)) {
     const Ocs ocs(t->normal());
     Common(e, "TEXT", owner, paper);
     w_.String(100, "AcDbText");
@@ -108,7 +108,7 @@ void Writer::Fields(const AcDbEntity& e, uint64_t owner, bool paper) {
     if (t->verticalMode() != AcDb::kTextBase) w_.Int(73, t->verticalMode());
     return Finish(e, {"AcDbEntity", "AcDbText"});
   }
-  if (const auto* r = AcDbBlockReference::cast(&e)) {
+  if (const auto* r = As<AcDbBlockReference>(e, cls)) {
     Common(e, "INSERT", owner, paper);
     w_.String(100, "AcDbBlockReference");
     w_.String(2, NameOf(r->blockTableRecord()));

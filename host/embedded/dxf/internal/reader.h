@@ -6,7 +6,8 @@
 // Invariants:
 //   1. Every object added to the database has a handle no other object of the file has:
 //      handles of the groups the database does not hold as objects (BLOCK, ENDBLK, SEQEND)
-//      are tracked in side_handles_ and count as taken.
+//      are tracked in side_handles_ and count as taken; an object the reader made (made_)
+//      gives its handle up to a file object that claims it later.
 //   2. A name map holds each live record of its table under the upper-cased name.
 //   3. Nothing read is trusted: counts are never used to size memory, references are
 //      checked once everything is read (owners exist, blocks do not contain themselves).
@@ -103,6 +104,7 @@ class Reader {
   db::Tags AllTags(const Record& r) const;
   bool Add(AcDbObject* object, const Identity& id, AcDbObjectId owner, AcDbObjectId* added);
   bool TakeSideHandle(uint64_t handle, size_t line);
+  bool Vacate(uint64_t handle);
   bool NextRecord();
   bool Fail(std::string_view why) { return records_.FailAt(rec_, why); }
 
@@ -113,6 +115,7 @@ class Reader {
   uint64_t handseed_ = 0;
   std::unordered_map<std::string, AcDbObjectId> layers_, linetypes_, styles_, blocks_;
   std::unordered_set<uint64_t> side_handles_;
+  std::unordered_set<int64_t> made_;  // ids of the objects the reader made (fresh handles)
   std::vector<std::pair<uint64_t, size_t>> owners_;  // owner handles to check, with lines
   struct Reference {
     AcDbObjectId insert;   // the block placed

@@ -24,6 +24,12 @@
 
 namespace kwhost::dxf {
 
+// The entity as a T when its class is exactly T, else null.
+template <class T>
+const T* As(const AcDbEntity& e, const AcRxClass* cls) {
+  return cls == T::desc() ? static_cast<const T*>(&e) : nullptr;
+}
+
 class Writer {
  public:
   Writer(AcDbDatabase& db, std::string version, std::string codepage, bool binary);
@@ -58,7 +64,7 @@ class Writer {
   void Common(const AcDbEntity& e, std::string_view type, uint64_t owner, bool paper);
   void Subclass(const AcDbObject& o, std::string_view marker);
   void Finish(const AcDbObject& o, std::initializer_list<std::string_view> markers);
-  void Fields(const AcDbEntity& e, uint64_t owner, bool paper);
+  void Fields(const AcDbEntity& e, const AcRxClass* cls, uint64_t owner, bool paper);
   void Polyline(const AcDb2dPolyline& p, uint64_t owner, bool paper);
   void Proxy(const db::ProxyEntity& p);
   void Tags(const db::Tags& tags);
