@@ -333,11 +333,7 @@ class AcDbDatabase : public AcRxObject {
   Acad::ErrorStatus deepCloneObjects(const AcDbObjectIdArray& objectIds, AcDbObjectId owner,
                                      AcDbIdMapping& mapping, bool deferXlation = false);
 
-  // Loads the linetype `linetypeName` (case ignored) from a linetype definition file, found as
-  // AcDbHostApplicationServices::findFile finds it, with the text styles and shape files its
-  // complex elements name. eOk; eInvalidInput; eDuplicateRecordName when the drawing has it;
-  // eFileNotFound (the file, or a shape file an element names); eKeyNotFound when the file
-  // does not define it, an element's text style is missing or its shape is not in the shape file.
+  // acdbLoadLineTypeFile(linetypeName, fileName, this).
   Acad::ErrorStatus loadLineTypeFile(const wchar_t* linetypeName, const wchar_t* fileName);
 
   // Current layer, linetype and text style.
@@ -381,18 +377,14 @@ class AcDbHostApplicationServices : public AcRxObject {
   AcDbDatabase* workingDatabase() const;
   // Makes `db` the working database (null: none). The caller keeps ownership.
   void setWorkingDatabase(AcDbDatabase* db);
-  // Finds a support file: the name as given, then beside the drawing of `db` (null: the working
-  // database), then in the host's support folders and the installation's "support" folder.
+  // Finds a support file as acedFindFile does, with the folder of `db`'s drawing (null: the
+  // working database) in the drawing's place.
   // eOk with the path in fileFound; eFileNotFound; eInvalidInput for bad arguments or a buffer
   // of fewer than `length` characters too small for the path.
   Acad::ErrorStatus findFile(wchar_t* fileFound, int length, const wchar_t* fileName,
                              AcDbDatabase* db = nullptr, int hint = 0);
 };
 AcDbHostApplicationServices* acdbHostApplicationServices();
-// db->loadLineTypeFile (null db: the working database; eNoDatabase when there is none).
-Acad::ErrorStatus acdbLoadLineTypeFile(const wchar_t* linetypeName, const wchar_t* fileName,
-                                       AcDbDatabase* db = nullptr);
-
 // Opens the object for `mode`: eOk with `object` set; eNullObjectId; eNotInDatabase (the
 // database is gone or the id was never handed out); eWasErased (unless openErased); the open
 // statuses of the header comment. `object` is null on failure.
@@ -426,7 +418,7 @@ Acad::ErrorStatus acdbOpenObject(T*& object, AcDbObjectId id, AcDb::OpenMode mod
 // eDuplicateRecordName when a single name is loaded already (a pattern skips those); the
 // open statuses of the linetype table.
 Acad::ErrorStatus acdbLoadLineTypeFile(const wchar_t* ltname, const wchar_t* fname,
-                                       AcDbDatabase* db);
+                                       AcDbDatabase* db = nullptr);
 
 // The platform's name of a status ("eOk", "eKeyNotFound", ...); "Unknown" for other values.
 const wchar_t* acadErrorStatusText(Acad::ErrorStatus status);

@@ -162,8 +162,6 @@ using DrawingReader = std::function<Acad::ErrorStatus(const std::wstring& path, 
 using DrawingWriter = std::function<Acad::ErrorStatus(const std::wstring& path, AcDbDatabase& db,
                                                       const std::string& version)>;
 void SetDrawingReader(DrawingReader reader);
-// Folders searched for support files (linetype and shape files) after the drawing's folder.
-void SetSupportFolders(std::vector<std::wstring> folders);
 void SetDrawingWriter(DrawingWriter writer);
 const DrawingWriter& GetDrawingWriter();
 

@@ -3,6 +3,7 @@
 #include "host/embedded/linetypes/load.h"
 
 #include <cmath>
+#include <cwchar>
 #include <map>
 #include <optional>
 #include <set>
@@ -35,6 +36,8 @@ bool IsPattern(std::wstring_view name) {
   return name.find_first_of(L"*?#@[~`,") != std::wstring_view::npos;
 }
 
+}  // namespace
+
 std::wstring DrawingFolder(AcDbDatabase* db) {
   const wchar_t* file = nullptr;
   if (db->getFilename(file) == Acad::eOk && file && *file) return kw::ParentOf(file);
@@ -43,6 +46,8 @@ std::wstring DrawingFolder(AcDbDatabase* db) {
   auto it = vars.find(L"DWGPREFIX");
   return it == vars.end() ? std::wstring() : it->second.text;
 }
+
+namespace {
 
 // The definitions the pattern selects, the first of each name only.
 std::vector<const LinDefinition*> Select(const std::vector<LinDefinition>& all,
@@ -263,4 +268,24 @@ Acad::ErrorStatus Load(const wchar_t* pattern, const wchar_t* file, AcDbDatabase
 Acad::ErrorStatus acdbLoadLineTypeFile(const wchar_t* ltname, const wchar_t* fname,
                                        AcDbDatabase* db) {
   return kwhost::linetypes::Load(ltname, fname, db, false);
+}
+
+Acad::ErrorStatus AcDbDatabase::loadLineTypeFile(const wchar_t* linetypeName,
+                                                 const wchar_t* fileName) {
+  return kwhost::linetypes::Load(linetypeName, fileName, this, false);
+}
+
+// The same search as acedFindFile, with `db`'s folder in the drawing's place.
+Acad::ErrorStatus AcDbHostApplicationServices::findFile(wchar_t* fileFound, int length,
+                                                        const wchar_t* fileName, AcDbDatabase* db,
+                                                        int /*hint*/) {
+  if (!fileFound || length <= 0 || !fileName || !*fileName) return Acad::eInvalidInput;
+  fileFound[0] = 0;
+  db = kwhost::linetypes::TargetDatabase(db);
+  const std::wstring folder = db ? kwhost::linetypes::DrawingFolder(db) : std::wstring();
+  const std::wstring found = kwhost::editor::FindFile(fileName, folder);
+  if (found.empty()) return Acad::eFileNotFound;
+  if (found.size() + 1 > static_cast<size_t>(length)) return Acad::eInvalidInput;
+  std::wmemcpy(fileFound, found.c_str(), found.size() + 1);
+  return Acad::eOk;
 }

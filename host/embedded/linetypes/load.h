@@ -21,6 +21,10 @@ Acad::ErrorStatus Load(const wchar_t* pattern, const wchar_t* file, AcDbDatabase
 // when nothing has asked for them yet). Null when there is none.
 AcDbDatabase* TargetDatabase(AcDbDatabase* db);
 
+// The folder of `db`'s drawing file; for the working database without a file, DWGPREFIX.
+// "" when neither is known.
+std::wstring DrawingFolder(AcDbDatabase* db);
+
 }  // namespace kwhost::linetypes
 
 #endif  // KW_HOST_EMBEDDED_LINETYPES_LOAD_H_
