@@ -50,7 +50,7 @@ bool DashField(AcDbLinetypeTableRecord& lt, int dash, const RawTag& t,
     case 340: {
       uint64_t h = 0;
       if (!ParseHandle(t.text, &h)) return false;
-      styles->emplace_back(dash, h);
+      if (h != 0) styles->emplace_back(dash, h);  // 0: the dash names no style
       return true;
     }
     case 46:
