@@ -84,7 +84,7 @@ void GetViewSize(SysVar* out) {
 }
 
 bool SetViewSize(const SysVar& in) {
-  if (!(in.point[0] > 0) || !std::isfinite(in.point[0])) return false;
+  if (!(in.point[0] > 0 && in.point[0] <= view::kMaxViewSize)) return false;
   view::Current().height = in.point[0];
   return true;
 }

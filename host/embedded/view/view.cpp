@@ -154,7 +154,7 @@ AcGePoint3d WorldToDisplay(const AcGePoint3d& p, bool disp) {
 Acad::ErrorStatus SetView(const AcDbAbstractViewTableRecord& record, bool paperspace) {
   if (!Acceptable(record) || paperspace == InModelSpace()) return Acad::eInvalidInput;
   const double height = FittedHeight(record.width(), record.height());
-  if (!Finite(height)) return Acad::eInvalidInput;
+  if (!(height <= kMaxViewSize)) return Acad::eInvalidInput;
   Remember();
   View& v = Current();
   v.center = record.centerPoint();
@@ -173,7 +173,8 @@ bool ShowWindow(const AcGePoint2d& a, const AcGePoint2d& b) {
   const double width = std::abs(b.x - a.x);
   const double height = FittedHeight(width, std::abs(b.y - a.y));
   const AcGePoint2d center(a.x / 2 + b.x / 2, a.y / 2 + b.y / 2);
-  if (!Finite(width) || !Finite(height) || height <= 0 || !Finite(center.x) || !Finite(center.y)) {
+  if (!Finite(width) || !(height > 0 && height <= kMaxViewSize) || !Finite(center.x) ||
+      !Finite(center.y)) {
     return false;
   }
   Remember();

@@ -10,10 +10,11 @@
 //        turned by the view's twist.
 //
 // States: model space (CTAB "Model", TILEMODE 1, CVPORT 2) or a paper layout (CTAB its name,
-// TILEMODE 0, CVPORT 1). Each space keeps its own view; switching shows the other one.
+// TILEMODE 0, CVPORT 1). Each space keeps its own view; switching shows the other one. The
+// views belong to the session, not to a drawing: opening another drawing keeps them.
 //
 // Invariants:
-//   1. height > 0 and finite; width = height * screen width / screen height, always (the view
+//   1. 0 < height <= kMaxViewSize; width = height * screen width / screen height, always (the view
 //      fills the screen; a requested width that is wider shows a taller view).
 //   2. The view direction and the UCS axes are non-zero; the UCS axes are unit length and
 //      perpendicular (y is made so when the UCS is set).
@@ -54,6 +55,9 @@ struct Ucs {
   AcGeVector3d y{0, 1, 0};
   AcGeVector3d z() const { return x.crossProduct(y); }
 };
+
+// The tallest view shown: its width stays finite on any screen shape.
+inline constexpr double kMaxViewSize = 1e150;
 
 // A space's view and the views it showed before (ZOOM Previous), the latest last.
 struct Space {
@@ -100,12 +104,13 @@ AcGePoint3d DisplayToWorld(const AcGePoint3d& p, bool disp = false);
 AcGePoint3d WorldToDisplay(const AcGePoint3d& p, bool disp = false);
 
 // Shows `record` in the active space, keeping invariant 1: eOk; eInvalidInput for a height or
-// width that is not positive and finite, a zero view direction, any other value that is not
-// finite, or a paper-space flag that does not match the active space.
+// width that is not positive and finite, a view taller than kMaxViewSize once fitted, a zero view
+// direction, any other value that is not finite, or a paper-space flag that does not match the
+// active space.
 Acad::ErrorStatus SetView(const AcDbAbstractViewTableRecord& record, bool paperspace);
 // Shows the window between two corners given in display coordinates (any two opposite
 // corners), fitted to the screen (invariant 1). False, nothing changed, when the window is not
-// finite or has no height and no width.
+// finite, has no height and no width, or needs a view taller than kMaxViewSize.
 bool ShowWindow(const AcGePoint2d& a, const AcGePoint2d& b);
 
 // Makes `ucs` current, its y axis turned in the plane of x and y to be perpendicular to x and

@@ -150,6 +150,8 @@ TEST_F(ViewDefaults, PickSettingsKeepTheirRanges) {
   EXPECT_DOUBLE_EQ(RealVar(L"VIEWSIZE"), 10);
   rb.resval.rreal = -1;
   EXPECT_FALSE(kwhost::DefineSysVar(L"VIEWSIZE", &rb, true));
+  rb.resval.rreal = 1e200;  // its width would not be finite on some screens
+  EXPECT_FALSE(kwhost::DefineSysVar(L"VIEWSIZE", &rb, true));
   EXPECT_FALSE(kwhost::DefineSysVar(L"VSMAX", &rb, true));  // follows from the view
   kwhost::ResetSession();
   EXPECT_EQ(ShortVar(L"PICKBOX"), 3);
