@@ -89,7 +89,8 @@ std::vector<std::wstring> CommandNames();
 
 // Creates or overwrites a system variable with a copy of *value (one resbuf, not a chain),
 // read-only ones included; this is how tests set "VIEWCTR" and the like. False for a null
-// name or value.
+// name or value. A variable another service keeps (the view variables, below) keeps its type
+// and takes the value through that service: false for another type or a refused value.
 bool DefineSysVar(const wchar_t* name, const resbuf* value, bool readOnly = false);
 
 // ---------------------------------------------------------------- main frame and clock

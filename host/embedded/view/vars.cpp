@@ -50,8 +50,8 @@ AcGeVector3d VectorOf(const AcGePoint3d& p) {
   return {p.x, p.y, p.z};
 }
 
-bool Finite(const SysVar& v) {
-  return std::isfinite(v.point[0]) && std::isfinite(v.point[1]) && std::isfinite(v.point[2]);
+bool Finite(const AcGePoint3d& p) {
+  return std::isfinite(p.x) && std::isfinite(p.y) && std::isfinite(p.z);
 }
 
 // A display corner of the view window (sx, sy: -1 or 1) as a UCS point.
@@ -73,8 +73,8 @@ void GetViewCtr(SysVar* out) {
 }
 
 bool SetViewCtr(const SysVar& in) {
-  if (!Finite(in)) return false;
   const AcGePoint3d d = view::WorldToDisplay(view::UcsToWorld(PointOf(in)));
+  if (!Finite(PointOf(in)) || !Finite(d)) return false;
   view::Current().center = AcGePoint2d(d.x, d.y);
   return true;
 }
@@ -94,8 +94,9 @@ void GetTarget(SysVar* out) {
 }
 
 bool SetTarget(const SysVar& in) {
-  if (!Finite(in)) return false;
-  view::Current().target = view::UcsToWorld(PointOf(in));
+  const AcGePoint3d target = view::UcsToWorld(PointOf(in));
+  if (!Finite(PointOf(in)) || !Finite(target)) return false;
+  view::Current().target = target;
   return true;
 }
 
@@ -104,9 +105,10 @@ void GetViewDir(SysVar* out) {
 }
 
 bool SetViewDir(const SysVar& in) {
-  const AcGeVector3d d = VectorOf(view::UcsToWorld(PointOf(in), true));
-  if (!Finite(in) || d.length() == 0) return false;
-  view::Current().direction = d;
+  const AcGePoint3d d = view::UcsToWorld(PointOf(in), true);
+  const double length = VectorOf(d).length();
+  if (!Finite(PointOf(in)) || !(length > 0 && std::isfinite(length))) return false;
+  view::Current().direction = VectorOf(d);
   return true;
 }
 

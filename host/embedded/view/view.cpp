@@ -81,7 +81,7 @@ bool Acceptable(const AcDbAbstractViewTableRecord& r) {
     if (!Finite(n)) return false;
   }
   return r.height() > 0 && r.width() > 0 && Finite(r.target()) && Finite(r.viewDirection()) &&
-         r.viewDirection().length() > 0;
+         Finite(r.viewDirection().length()) && r.viewDirection().length() > 0;
 }
 
 }  // namespace
