@@ -93,12 +93,19 @@ AcGePoint3d FromAds(const double* p) {
   return {p[0], p[1], p[2]};
 }
 
-// The rest of a result-buffer list holds only points (from the first point on).
+bool IsPoint(const resbuf* rb) {
+  return rb->restype == RTPOINT || rb->restype == RT3DPOINT;
+}
+
+// The list holds only points from its first point on.
 bool OnlyPointsAfterFirst(const resbuf* rb) {
-  for (; rb && rb->restype != RTPOINT && rb->restype != RT3DPOINT; rb = rb->rbnext) {
-  }
+  bool seen = false;
   for (; rb; rb = rb->rbnext) {
-    if (rb->restype != RTPOINT && rb->restype != RT3DPOINT) return false;
+    if (IsPoint(rb)) {
+      seen = true;
+    } else if (seen) {
+      return false;
+    }
   }
   return true;
 }
@@ -272,8 +279,7 @@ int view_ptb(resbuf* points) {
   }
   std::vector<AcGePoint3d> list;
   for (const resbuf* rb = points; rb; rb = rb->rbnext) {
-    if (rb->restype == RTPOINT || rb->restype == RT3DPOINT)
-      list.push_back(FromAds(rb->resval.rpoint));
+    if (IsPoint(rb)) list.push_back(FromAds(rb->resval.rpoint));
   }
   ShowEach(list);
   return 1;
