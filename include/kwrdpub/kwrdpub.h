@@ -38,4 +38,7 @@
 #include "persist/XMLPrivateProfile.h"
 #include "persist/XTPPropExchange.h"
 
+// ---------------------------------------------------------------- views (editor/)
+#include "editor/CadView.h"
+
 #endif  // KWRDPUB_KWRDPUB_H_
