@@ -80,4 +80,12 @@ int acedFindFile(const wchar_t* fname, wchar_t (&result)[N]) {
 int acedCommand(int rtype, ...);
 int acedCommandS(int rtype, ...);
 
+// Redraws the whole view (ent null: the REDRAW command, whatever the mode) or changes how one
+// entity is shown: mode 1 shows it, 2 hides it (blanks it out), 3 highlights it, 4 takes the
+// highlight off; showing and highlighting are independent, and a whole-view redraw leaves
+// hidden and highlighted entities as they are. Mode 0 with an entity does nothing. RTNORM;
+// RTERROR for a name that is no live entity or a mode outside 0-4 (the platform no longer
+// takes negative modes).
+int acedRedraw(const ads_name ent, int mode);
+
 #endif  // KW_HOST_API_ACED_H_

@@ -24,6 +24,7 @@
 #include <string_view>
 #include <vector>
 
+#include "host/api/dbid.h"
 #include "host/api/win.h"
 
 struct resbuf;
@@ -36,8 +37,9 @@ namespace kwhost {
 // Ends the current session and starts a fresh one: loaded modules are sent kUnloadAppMsg and
 // unloaded, then commands, system variables (back to their defaults), queued input, captured
 // output, message boxes and debug trace, window watchers, posted messages, timers, documents
-// (one new "Drawing1.dwg") and the clock (real) are reset, the output sink and input reader
-// removed. Registered run-time classes are kept (modules cache their class pointers).
+// (one new "Drawing1.dwg"), the clock (real) and the redraw states and counts are reset, the
+// output sink and input reader removed. Registered run-time classes are kept (modules cache their
+// class pointers).
 void ResetSession();
 
 // ---------------------------------------------------------------- command line
@@ -155,6 +157,21 @@ bool UnloadModule(const std::wstring& path);
 void UnloadModules();
 // Paths of the loaded modules in load order.
 std::vector<std::wstring> LoadedModules();
+
+// ---------------------------------------------------------------- redraw (the redraw service)
+
+// How acedRedraw left an entity: hidden by mode 2 until mode 1 shows it again, highlighted by
+// mode 3 until mode 4. An entity never redrawn (or not an entity) is neither.
+struct RedrawState {
+  bool hidden = false;
+  bool highlighted = false;
+  bool operator==(const RedrawState&) const = default;
+};
+RedrawState EntityRedrawState(AcDbObjectId id);
+// Whole-view refreshes (acedRedraw with a null entity) since the session started.
+int64_t ViewRefreshCount();
+// Successful acedRedraw calls on single entities with modes 1-4 since the session started.
+int64_t EntityRedrawCount();
 
 }  // namespace kwhost
 
