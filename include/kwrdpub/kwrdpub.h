@@ -38,4 +38,7 @@
 #include "persist/XMLPrivateProfile.h"
 #include "persist/XTPPropExchange.h"
 
+// ---------------------------------------------------------------- flashing highlight (editor/)
+#include "editor/Twinkle.h"
+
 #endif  // KWRDPUB_KWRDPUB_H_
