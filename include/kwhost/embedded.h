@@ -173,6 +173,15 @@ int64_t ViewRefreshCount();
 // Successful acedRedraw calls on single entities with modes 1-4 since the session started.
 int64_t EntityRedrawCount();
 
+// ---------------------------------------------------------------- pictures (the svg service)
+
+// Writes the current view of the current drawing's model space as an SVG picture (white
+// ground): lines, arcs, circles, polylines with bulges and widths, linetype patterns with their
+// text and shape elements, block references, text, colours by index or RGB. Entities hidden by
+// acedRedraw are left out; highlighted ones get a translucent blue halo. False with *why when
+// there is no current drawing or the file cannot be written (the previous file is kept).
+bool ExportSvg(const std::wstring& path, std::wstring* why = nullptr);
+
 }  // namespace kwhost
 
 #endif  // KWHOST_EMBEDDED_H_
