@@ -230,6 +230,42 @@ TEST_F(Picture, LinetypesShowTheirDashesAndShapes) {
   EXPECT_TRUE(Blank(60 + 13.335, 70));
 }
 
+// ---------------------------------------------------------------- the command
+
+class ExportCommand : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    kwhost::ResetSession();
+    char tmpl[] = "/tmp/kw_svgcmd_XXXXXX";
+    folder = mkdtemp(tmpl);
+  }
+  void TearDown() override { std::system(("rm -rf '" + folder + "'").c_str()); }
+  std::string folder;
+};
+
+TEST_F(ExportCommand, WritesThePictureAndAddsTheExtension) {
+  Line(0, 0, 10, 10, 1);
+  const std::wstring stem = kw::FromUtf8(folder) + L"/my pic";
+  kwhost::QueueInput(stem);
+  ASSERT_TRUE(kwhost::RunCommand(L"exportsvg"));
+  EXPECT_EQ(kwhost::TakeOutput(), L"\n图片文件: \n已输出图片 " + stem + L".svg。");
+  std::string bytes;
+  ASSERT_TRUE(kw::Fs().ReadFile(stem + L".svg", &bytes));
+  EXPECT_TRUE(bytes.starts_with("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<svg "));
+  EXPECT_NE(bytes.find("stroke=\"#ff0000\""), std::string::npos);
+}
+
+TEST_F(ExportCommand, SaysWhyWhenTheFileCannotBeWritten) {
+  const std::wstring path = kw::FromUtf8(folder) + L"/missing/a.svg";
+  kwhost::QueueInput(path);
+  ASSERT_TRUE(kwhost::RunCommand(L"EXPORTSVG"));
+  EXPECT_EQ(kwhost::TakeOutput(), L"\n图片文件: \n无法输出图片: cannot write " + path);
+  kwhost::CloseAllDocuments();
+  std::wstring why;
+  EXPECT_FALSE(kwhost::ExportSvg(path, &why));
+  EXPECT_EQ(why, L"no current drawing");
+}
+
 // ---------------------------------------------------------------- palette and shapes
 
 TEST(Palette, NamedColoursHueRowsAndGreys) {
