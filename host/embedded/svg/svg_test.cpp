@@ -114,6 +114,10 @@ void BuildDrawing() {
   auto* fence = new AcDbLine(AcGePoint3d(60, 70, 0), AcGePoint3d(150, 70, 0));
   fence->setLinetype(L"FENCELINE1");
   Add(fence, 1);
+  ASSERT_EQ(acdbLoadLineTypeFile(L"GAS_LINE", L"acadiso.lin"), Acad::eOk);
+  auto* gas = new AcDbLine(AcGePoint3d(40, 55, 0), AcGePoint3d(95, 55, 0));
+  gas->setLinetype(L"GAS_LINE");
+  Add(gas, 6);
 }
 
 // ---------------------------------------------------------------- the picture
@@ -228,6 +232,15 @@ TEST_F(Picture, LinetypesShowTheirDashesAndShapes) {
   // FENCELINE1: a circle of radius 2.54 centred 13.335 units along, in the gap.
   EXPECT_TRUE(Shows(60 + 13.335, 70 + 2.54, kRed));
   EXPECT_TRUE(Blank(60 + 13.335, 70));
+  // GAS_LINE: "GAS" 2.54 high from 2.54 before the end of the first gap (19.05 along), 1.27
+  // below the line, in the gap that follows; a dash before it.
+  EXPECT_TRUE(Shows(45, 55, kMagenta));
+  int magenta = 0;
+  for (double x = 56.5; x < 63; x += 0.125) {
+    for (double y = 53.7; y < 56.3; y += 0.125) magenta += Near(At(x, y), kMagenta) ? 1 : 0;
+  }
+  EXPECT_GT(magenta, 30);
+  EXPECT_TRUE(Blank(64.5, 58));
 }
 
 // ---------------------------------------------------------------- the command
