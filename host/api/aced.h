@@ -102,5 +102,12 @@ Acad::ErrorStatus acedSetCurrentView(AcDbViewTableRecord* view, AcDbViewport* vi
 // for null arguments, another code (3, paper-space DCS, included), a zero extrusion or an
 // entity name that names no live entity.
 int acedTrans(const ads_point pt, const resbuf* from, const resbuf* to, int disp, ads_point result);
+// Redraws the whole view (ent null: the REDRAW command, whatever the mode) or changes how one
+// entity is shown: mode 1 shows it, 2 hides it (blanks it out), 3 highlights it, 4 takes the
+// highlight off; showing and highlighting are independent, and a whole-view redraw leaves
+// hidden and highlighted entities as they are. Mode 0 with an entity does nothing. RTNORM;
+// RTERROR for a name that is no live entity or a mode outside 0-4 (the platform no longer
+// takes negative modes).
+int acedRedraw(const ads_name ent, int mode);
 
 #endif  // KW_HOST_API_ACED_H_

@@ -25,6 +25,7 @@
 #include <vector>
 
 #include "host/api/ge.h"
+#include "host/api/dbid.h"
 #include "host/api/win.h"
 
 struct resbuf;
@@ -37,8 +38,9 @@ namespace kwhost {
 // Ends the current session and starts a fresh one: loaded modules are sent kUnloadAppMsg and
 // unloaded, then commands, system variables (back to their defaults), queued input, captured
 // output, message boxes and debug trace, window watchers, posted messages, timers, documents
-// (one new "Drawing1.dwg") and the clock (real) are reset, the output sink and input reader
-// removed. Registered run-time classes are kept (modules cache their class pointers).
+// (one new "Drawing1.dwg"), the clock (real) and the redraw states and counts are reset, the
+// output sink and input reader removed. Registered run-time classes are kept (modules cache their
+// class pointers).
 void ResetSession();
 
 // ---------------------------------------------------------------- command line
@@ -177,6 +179,30 @@ bool SetScreenSize(int widthPixels, int heightPixels);
 bool SetUcs(const AcGePoint3d& origin, const AcGeVector3d& xAxis, const AcGeVector3d& yAxis);
 // Makes the world coordinate system the UCS again.
 void SetWorldUcs();
+
+// ---------------------------------------------------------------- redraw (the redraw service)
+
+// How acedRedraw left an entity: hidden by mode 2 until mode 1 shows it again, highlighted by
+// mode 3 until mode 4. An entity never redrawn (or not an entity) is neither.
+struct RedrawState {
+  bool hidden = false;
+  bool highlighted = false;
+  bool operator==(const RedrawState&) const = default;
+};
+RedrawState EntityRedrawState(AcDbObjectId id);
+// Whole-view refreshes (acedRedraw with a null entity) since the session started.
+int64_t ViewRefreshCount();
+// Successful acedRedraw calls on single entities with modes 1-4 since the session started.
+int64_t EntityRedrawCount();
+
+// ---------------------------------------------------------------- pictures (the svg service)
+
+// Writes the current view of the current drawing's model space as an SVG picture (white
+// ground): lines, arcs, circles, polylines with bulges and widths, linetype patterns with their
+// text and shape elements, block references, text, colours by index or RGB. Entities hidden by
+// acedRedraw are left out; highlighted ones get a translucent blue halo. False with *why when
+// there is no current drawing or the file cannot be written (the previous file is kept).
+bool ExportSvg(const std::wstring& path, std::wstring* why = nullptr);
 
 }  // namespace kwhost
 

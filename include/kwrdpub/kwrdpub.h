@@ -40,5 +40,7 @@
 
 // ---------------------------------------------------------------- views (editor/)
 #include "editor/CadView.h"
+// ---------------------------------------------------------------- flashing highlight (editor/)
+#include "editor/Twinkle.h"
 
 #endif  // KWRDPUB_KWRDPUB_H_
