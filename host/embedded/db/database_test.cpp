@@ -11,12 +11,22 @@
 
 namespace {
 
+// Every test starts without drawing-file hooks and puts back the ones the host installed at
+// load, which the drawing-file tests in the same program rely on.
 class Database : public ::testing::Test {
  protected:
-  void TearDown() override {
+  void SetUp() override {
     kwhost::db::SetDrawingReader(nullptr);
     kwhost::db::SetDrawingWriter(nullptr);
   }
+  void TearDown() override {
+    kwhost::db::SetDrawingReader(reader_);
+    kwhost::db::SetDrawingWriter(writer_);
+  }
+
+ private:
+  const kwhost::db::DrawingReader reader_ = kwhost::db::GetDrawingReader();
+  const kwhost::db::DrawingWriter writer_ = kwhost::db::GetDrawingWriter();
 };
 
 TEST_F(Database, ReadingGoesThroughTheRegisteredReader) {
