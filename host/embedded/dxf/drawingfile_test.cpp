@@ -1,15 +1,14 @@
 #include "host/embedded/dxf/drawingfile.h"
 
 #include <gtest/gtest.h>
-#include <stdlib.h>
 
-#include <filesystem>
 #include <initializer_list>
 #include <set>
 #include <string>
 #include <utility>
 
 #include "common/fileio.h"
+#include "common/testing/TempDir.h"
 #include "host/api/dbents.h"
 #include "host/api/dbpl.h"
 #include "host/api/dbsymtb.h"
@@ -357,13 +356,9 @@ TEST(DxfWriteTest, ComplexLinetypesKeepTheirTextsAndShapes) {
 
 class DxfSaveTest : public ::testing::Test {
  protected:
-  void SetUp() override {
-    char tmpl[] = "/tmp/kw_dxf_XXXXXX";
-    dir_ = mkdtemp(tmpl);
-  }
-  void TearDown() override { std::filesystem::remove_all(dir_); }
   std::wstring Path(const char* name) const { return kw::WidePath(dir_ + "/" + name); }
-  std::string dir_;
+  kwtest::TempDir temp_{"kw_dxf"};
+  std::string dir_ = temp_.path();
 };
 
 TEST_F(DxfSaveTest, SavingKeepsThePreviousFileAsBakAndAFailedSaveChangesNothing) {
