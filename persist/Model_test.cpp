@@ -4,7 +4,6 @@
 #include <unistd.h>
 
 #include <cstring>
-#include <filesystem>
 #include <iterator>
 #include <random>
 #include <string>
@@ -12,6 +11,7 @@
 
 #include "common/encoding.h"
 #include "common/fileio.h"
+#include "common/testing/TempDir.h"
 #include "persist/RDDwgFiler.h"
 
 using namespace KWModel3DView;
@@ -276,20 +276,15 @@ TEST(ModelDataTest, NestingDeeperThan256Fails) {
 
 class SnapshotTest : public ::testing::Test {
  protected:
-  void SetUp() override {
-    char templ[] = "/tmp/kw_model_XXXXXX";
-    ASSERT_NE(mkdtemp(templ), nullptr);
-    m_dir = templ;
-    m_path = kw::WidePath(m_dir) + L"/snap.kwm";
-  }
-  void TearDown() override { std::filesystem::remove_all(m_dir); }
+  void SetUp() override { m_path = kw::WidePath(m_dir) + L"/snap.kwm"; }
   std::string ReadFile() const {
     std::string bytes;
     kw::Fs().ReadFile(m_path, &bytes);
     return bytes;
   }
 
-  std::string m_dir;
+  kwtest::TempDir m_temp{"kw_model"};
+  std::string m_dir = m_temp.path();
   std::wstring m_path;
 };
 

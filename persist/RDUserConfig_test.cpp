@@ -11,9 +11,10 @@
 
 #include "common/fileio.h"
 #include "common/format.h"
+#include "common/testing/TempDir.h"
 #include "kwhost/embedded.h"
-#include "services/paths.h"
 #include "persist/XMLPrivateProfile.h"
+#include "services/paths.h"
 
 #if defined(__SANITIZE_ADDRESS__)
 // From the sanitizer runtime's allocator interface (its header is not installed with gcc).
@@ -49,16 +50,15 @@ int64_t BytesAllocatedBy(Run run) {
 }
 
 // The per-user folder is fixed for the life of the process: point it at a temporary folder
-// before anything asks for it.
+// (removed when the program ends) before anything asks for it.
 const std::string& UserDir() {
   static const std::string dir = [] {
     if (const char* set = getenv("KWRD_USER_DIR"); set != nullptr && *set != '\0') {
       return std::string(set);
     }
-    char tmpl[] = "/tmp/kwuser_XXXXXX";
-    std::string made = mkdtemp(tmpl);
-    setenv("KWRD_USER_DIR", made.c_str(), 1);
-    return made;
+    static const kwtest::TempDir made("kwuser");
+    setenv("KWRD_USER_DIR", made.path().c_str(), 1);
+    return made.path();
   }();
   return dir;
 }

@@ -1,12 +1,11 @@
 #include "persist/RoadObjectXML.h"
 
 #include <gtest/gtest.h>
-#include <stdlib.h>
 
-#include <filesystem>
 #include <fstream>
 
 #include "common/fileio.h"
+#include "common/testing/TempDir.h"
 
 namespace {
 
@@ -57,13 +56,9 @@ class CSectionManager : public CRoadObjectXMLManager {
 
 class RoadObjectXMLTest : public ::testing::Test {
  protected:
-  void SetUp() override {
-    char tmpl[] = "/tmp/kwstore_XXXXXX";
-    dir_ = mkdtemp(tmpl);
-  }
-  void TearDown() override { std::filesystem::remove_all(dir_); }
   std::wstring Folder() const { return kw::WidePath(dir_ + "/sub"); }
-  std::string dir_;
+  kwtest::TempDir temp_{"kwstore"};
+  std::string dir_ = temp_.path();
 };
 
 TEST_F(RoadObjectXMLTest, ExportImportKeepsOrderIdsValuesAndDefault) {
