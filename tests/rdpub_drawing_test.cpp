@@ -4,22 +4,24 @@
 #include <sys/wait.h>
 
 #include <cstdio>
-#include <filesystem>
 #include <fstream>
+#include <optional>
 #include <sstream>
 #include <string>
+
+#include "common/testing/TempDir.h"
 
 namespace {
 
 class RdpubDrawing : public ::testing::Test {
  protected:
   static void SetUpTestSuite() {
-    char tmpl[] = "/tmp/kw_rdpub_dxf_XXXXXX";
-    dir_ = mkdtemp(tmpl);
+    temp_.emplace("kw_rdpub_dxf");
+    dir_ = temp_->path();
     setenv("KWRD_USER_DIR", (dir_ + "/user").c_str(), 1);
     setenv("KWRD_WORK_DIR", (dir_ + "/work").c_str(), 1);
   }
-  static void TearDownTestSuite() { std::filesystem::remove_all(dir_); }
+  static void TearDownTestSuite() { temp_.reset(); }
 
   // rdpub on `drawing` with the input lines; its standard output.
   static std::string Run(const std::string& drawing, const std::string& input) {
@@ -40,8 +42,10 @@ class RdpubDrawing : public ::testing::Test {
     s << in.rdbuf();
     return s.str();
   }
+  static std::optional<kwtest::TempDir> temp_;
   static std::string dir_;
 };
+std::optional<kwtest::TempDir> RdpubDrawing::temp_;
 std::string RdpubDrawing::dir_;
 
 TEST_F(RdpubDrawing, AMissingDrawingStartsNewAndSaveWritesItWithABackup) {

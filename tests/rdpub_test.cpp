@@ -12,6 +12,8 @@
 #include <string>
 #include <vector>
 
+#include "common/testing/TempDir.h"
+
 namespace {
 
 const std::string kProbe = std::string(KW_BUILD_DIR) + "/testmodules/libhostprobe.so";
@@ -65,13 +67,6 @@ Measured RunMeasured(std::vector<std::string> args) {
 
 class Rdpub : public ::testing::Test {
  protected:
-  void SetUp() override {
-    char dir[] = "/tmp/rdpubXXXXXX";
-    ASSERT_NE(mkdtemp(dir), nullptr);
-    folder_ = dir;
-  }
-  void TearDown() override { Shell("rm -rf '" + folder_ + "'"); }
-
   std::string Script(const std::string& text, const std::string& name = "run.scr") {
     std::string path = folder_ + "/" + name;
     std::ofstream(path) << text;
@@ -82,7 +77,8 @@ class Rdpub : public ::testing::Test {
                  " 2>/dev/null");
   }
 
-  std::string folder_;
+  kwtest::TempDir temp_{"rdpub"};
+  std::string folder_ = temp_.path();
 };
 
 TEST_F(Rdpub, ScriptAnswersPromptsAndQuitClosesTheFrameThenUnloads) {

@@ -9,12 +9,14 @@
 #include <algorithm>
 #include <cstdlib>
 #include <fstream>
+#include <optional>
 #include <regex>
 #include <sstream>
 #include <string>
 #include <vector>
 
 #include "common/encoding.h"
+#include "common/testing/TempDir.h"
 #include "tools/kwtracelogo/TerminalText.h"
 
 namespace kwtracelogo {
@@ -43,19 +45,17 @@ std::string Contents(const std::string& path) {
 class LogFileTest : public ::testing::Test {
  protected:
   static void SetUpTestSuite() {
-    char dir[] = "/tmp/kwtracelogo-test-XXXXXX";
-    ASSERT_NE(mkdtemp(dir), nullptr);
-    folder = dir;
+    temp.emplace("kwtracelogo-test");
+    folder = temp->path();
   }
-  static void TearDownTestSuite() {
-    for (const std::string& name : Names(folder)) unlink((folder + "/" + name).c_str());
-    rmdir(folder.c_str());
-  }
+  static void TearDownTestSuite() { temp.reset(); }
   void TearDown() override {
     for (const std::string& name : Names(folder)) unlink((folder + "/" + name).c_str());
   }
+  static std::optional<kwtest::TempDir> temp;
   static std::string folder;
 };
+std::optional<kwtest::TempDir> LogFileTest::temp;
 std::string LogFileTest::folder;
 
 TEST_F(LogFileTest, LinesGoToAPrivateDatedFileAndASecondOneTakesTheNextName) {
