@@ -26,9 +26,10 @@ declare -A uses=(
   [frame]="rx"
   [editor]="rx db docs"
   [linetypes]="rx db docs editor"
-  [select]="rx db docs editor"
+  [redraw]="rx db docs"
+  [select]="rx db docs editor redraw view"
   [view]="rx db docs editor frame"
-  [svg]="rx db docs view"
+  [svg]="rx db docs editor redraw view"
   [testdata]=""
 )
 

@@ -33,8 +33,11 @@ class SendChain {
   // One send's entry: where its number stands among the pieces, if it was written.
   struct Link {
     static constexpr uint32_t kNone = ~uint32_t{0};
-    uint32_t piece = kNone;
-    uint32_t epoch = 0;
+    // The piece's index (kNone when the number was not written) and, above it, the epoch: one
+    // word, so that a send keeps its link in a register.
+    uint64_t word = kNone;
+    uint32_t Piece() const { return static_cast<uint32_t>(word); }
+    uint32_t Epoch() const { return static_cast<uint32_t>(word >> 32); }
   };
 
   // The chain as text, 0-terminated (valid until the chain changes).
@@ -61,33 +64,33 @@ class SendChain {
 
   // Adds send n: ",n," to an empty chain, "n," otherwise, "..." past kLongChain characters.
   Link Extend(uint32_t n) {
-    Link link;
-    link.epoch = m_epoch;
+    uint32_t piece = Link::kNone;
     if (m_len >= kLongChain) {
       if (m_len + 3 < kCap) Push(kDots, 3);
-      return link;
+    } else {
+      const size_t k = Width(n) + 2;  // ",n,"
+      if (m_len == 0) {
+        piece = Push(n, k);
+      } else if (m_len + k - 1 < kCap) {
+        piece = Push(n, k - 1);
+      }
     }
-    const size_t k = Width(n) + 2;  // ",n,"
-    if (m_len == 0) {
-      link.piece = Push(n, k);
-    } else if (m_len + k - 1 < kCap) {
-      link.piece = Push(n, k - 1);
-    }
-    return link;
+    return Link{(uint64_t{m_epoch} << 32) | piece};
   }
   // Ends a send: the outermost one empties the chain and restarts the numbering; an inner one
   // cuts the chain after the comma before its number; one whose number is not in the chain
   // (shown as "...", or gone with the quit message) leaves it.
-  void Restore(const Link& link) {
-    if (link.piece == Link::kNone || link.epoch != m_epoch || link.piece >= m_top) return;
-    if (link.piece == 0) {
+  void Restore(Link link) {
+    const uint32_t piece = link.Piece();  // kNone is never below m_top
+    if (piece >= m_top || link.Epoch() != m_epoch) return;
+    if (piece == 0) {
       m_top = 0;
       m_len = 0;
       m_counter = 0;
       return;
     }
-    m_top = link.piece;
-    m_len = m_pieces[link.piece].start;
+    m_top = piece;
+    m_len = m_pieces[piece].start;
   }
 
  private:

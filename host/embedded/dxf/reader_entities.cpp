@@ -41,8 +41,9 @@ bool VectorField(AcGeVector3d& v, const RawTag& t, int base) {
 bool Reader::CommonField(AcDbEntity& e, const RawTag& t) {
   switch (t.code) {
     case 8: {
-      const auto found = layers_.find(FoldName(t.text));
-      const AcDbObjectId layer = found != layers_.end() ? found->second : CreateLayer(t.text);
+      const std::string_view name = t.text.empty() ? "0" : t.text;  // no layer: layer 0
+      const auto found = layers_.find(FoldName(name));
+      const AcDbObjectId layer = found != layers_.end() ? found->second : CreateLayer(name);
       return !layer.isNull() && e.setLayer(layer, false) == Acad::eOk;
     }
     case 6: {

@@ -38,6 +38,58 @@ void TakeFont(AcDbTextStyleTableRecord& style) {
   mine.xdata.erase(mine.xdata.begin(), mine.xdata.begin() + 3);
 }
 
+// The groups of a linetype's dash after its length (49): its shape or text. Styles are named
+// by handle and resolved once every table is read.
+bool DashField(AcDbLinetypeTableRecord& lt, int dash, const RawTag& t,
+               std::vector<std::pair<int, uint64_t>>* styles) {
+  switch (t.code) {
+    case 74:
+      return lt.setShapeIsUcsOrientedAt(dash, (t.integer & 1) != 0) == Acad::eOk;
+    case 75:
+      return lt.setShapeNumberAt(dash, static_cast<int>(t.integer)) == Acad::eOk;
+    case 340: {
+      uint64_t h = 0;
+      if (!ParseHandle(t.text, &h)) return false;
+      if (h != 0) styles->emplace_back(dash, h);  // 0: the dash names no style
+      return true;
+    }
+    case 46:
+      return lt.setShapeScaleAt(dash, t.real) == Acad::eOk;
+    case 50:
+      return lt.setShapeRotationAt(dash, t.real * kDegree) == Acad::eOk;
+    case 44:
+      return lt.setShapeOffsetAt(dash, {t.real, lt.shapeOffsetAt(dash).y}) == Acad::eOk;
+    case 45:
+      return lt.setShapeOffsetAt(dash, {lt.shapeOffsetAt(dash).x, t.real}) == Acad::eOk;
+    case 9:
+      return lt.setTextAt(dash, Wide(t.text).c_str()) == Acad::eOk;
+    default:
+      return false;
+  }
+}
+
+// The view settings views and viewports share under the same groups.
+bool ViewField(AcDbAbstractViewTableRecord& v, const RawTag& t) {
+  switch (t.code) {
+    case 40:
+      return v.setHeight(t.real), true;
+    case 42:
+      return v.setLensLength(t.real), true;
+    case 43:
+      return v.setFrontClipDistance(t.real), true;
+    case 44:
+      return v.setBackClipDistance(t.real), true;
+    case 71:
+      v.setPerspectiveEnabled((t.integer & 1) != 0);
+      v.setFrontClipEnabled((t.integer & 2) != 0);
+      v.setBackClipEnabled((t.integer & 4) != 0);
+      v.setFrontClipAtEye((t.integer & 16) == 0);
+      return true;
+    default:
+      return false;
+  }
+}
+
 void SetPoint2(AcGePoint2d& p, const RawTag& t, int base) {
   if (t.code == base) p.x = t.real;
   if (t.code == base + 10) p.y = t.real;
@@ -127,38 +179,7 @@ AcDbSymbolTableRecord* Reader::Linetype(const Record& r, Identity* id) {
       default:
         break;
     }
-    if (dash < 0) return false;
-    switch (t.code) {
-      case 74:
-        lt.setShapeIsUcsOrientedAt(dash, (t.integer & 1) != 0);
-        return true;
-      case 75:
-        lt.setShapeNumberAt(dash, static_cast<int>(t.integer));
-        return true;
-      case 340: {
-        uint64_t h = 0;
-        if (!ParseHandle(t.text, &h)) return false;
-        styles.emplace_back(dash, h);
-        return true;
-      }
-      case 46:
-        lt.setShapeScaleAt(dash, t.real);
-        return true;
-      case 50:
-        lt.setShapeRotationAt(dash, t.real * kDegree);
-        return true;
-      case 44:
-        lt.setShapeOffsetAt(dash, {t.real, lt.shapeOffsetAt(dash).y});
-        return true;
-      case 45:
-        lt.setShapeOffsetAt(dash, {lt.shapeOffsetAt(dash).x, t.real});
-        return true;
-      case 9:
-        lt.setTextAt(dash, Wide(t.text).c_str());
-        return true;
-      default:
-        return false;
-    }
+    return dash >= 0 && DashField(lt, dash, t, &styles);
   };
   if (!Walk(r, lt, kLinetypeMarkers, field, id)) return nullptr;
   // The record has no id until the caller adds it; the styles are resolved after TABLES.
@@ -227,37 +248,11 @@ AcDbSymbolTableRecord* Reader::View(const Record& r, Identity* id, bool viewport
     if (t.code == tgt + 10) return target.y = t.real, true;
     if (t.code == tgt + 20) return target.z = t.real, true;
     if (t.code == twist) return v.setViewTwist(t.real * kDegree), true;
-    switch (t.code) {
-      case 2:
-        return true;
-      case 70:
-        if (viewport) return true;
-        static_cast<AcDbViewTableRecord&>(v).setIsPaperspaceView((t.integer & 1) != 0);
-        return true;
-      case 40:
-        v.setHeight(t.real);
-        return true;
-      case 41:
-        aspect = t.real;
-        return true;
-      case 42:
-        v.setLensLength(t.real);
-        return true;
-      case 43:
-        v.setFrontClipDistance(t.real);
-        return true;
-      case 44:
-        v.setBackClipDistance(t.real);
-        return true;
-      case 71:
-        v.setPerspectiveEnabled((t.integer & 1) != 0);
-        v.setFrontClipEnabled((t.integer & 2) != 0);
-        v.setBackClipEnabled((t.integer & 4) != 0);
-        v.setFrontClipAtEye((t.integer & 16) == 0);
-        return true;
-      default:
-        return false;
+    if (t.code == 41) return aspect = t.real, true;
+    if (t.code == 70 && !viewport) {
+      static_cast<AcDbViewTableRecord&>(v).setIsPaperspaceView((t.integer & 1) != 0);
     }
+    return t.code == 2 || t.code == 70 || ViewField(v, t);
   };
   if (!Walk(r, v, viewport ? kViewportMarkers : kViewMarkers, field, id)) return nullptr;
   v.setCenterPoint(center);
@@ -265,10 +260,9 @@ AcDbSymbolTableRecord* Reader::View(const Record& r, Identity* id, bool viewport
   v.setViewDirection(direction);
   // A view stores its width (41); a viewport its aspect ratio (41 = width / height).
   v.setWidth(viewport ? v.height() * aspect : aspect);
-  if (viewport) {
-    auto& vp = static_cast<AcDbViewportTableRecord&>(v);
-    vp.setLowerLeftCorner(lower);
-    vp.setUpperRightCorner(upper);
+  if (auto* vp = AcDbViewportTableRecord::cast(&v)) {
+    vp->setLowerLeftCorner(lower);
+    vp->setUpperRightCorner(upper);
   }
   return record.release();
 }

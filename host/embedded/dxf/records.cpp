@@ -3,32 +3,29 @@
 namespace kwhost::dxf {
 namespace {
 
-constexpr size_t kNotInArena = static_cast<size_t>(-1);
+constexpr size_t kNotInArena = static_cast<size_t>(-1);  // Decode's mark of input texts
 
 }  // namespace
 
 // Texts that do not point into the input move to the arena; their views are set once the
-// record is complete, because the arena may move while it grows.
-std::string_view RecordReader::Keep(std::string_view text) {
+// record is complete, because the arena may move while it grows. `index` 0 is the type,
+// i + 1 the text of tag i.
+std::string_view RecordReader::Keep(std::string_view text, size_t index) {
   const bool in_input =
       text.data() >= input_.data() && text.data() + text.size() <= input_.data() + input_.size();
-  if (in_input) {
-    spans_.emplace_back(kNotInArena, 0);
-    return text;
-  }
-  spans_.emplace_back(arena_.size(), text.size());
+  if (in_input) return text;
+  spans_.push_back({index, arena_.size(), text.size()});
   arena_.append(text);
   return text;
 }
 
 void RecordReader::Finish(Record* record) {
-  for (size_t i = 0; i < spans_.size(); ++i) {
-    if (spans_[i].first == kNotInArena) continue;
-    const std::string_view text(arena_.data() + spans_[i].first, spans_[i].second);
-    if (i == 0) {
+  for (const Span& span : spans_) {
+    const std::string_view text(arena_.data() + span.offset, span.size);
+    if (span.index == 0) {
       record->type = text;
     } else {
-      record->tags[i - 1].text = text;
+      record->tags[span.index - 1].text = text;
     }
   }
 }
@@ -41,14 +38,14 @@ bool RecordReader::Next(Record* record, bool decode) {
   spans_.clear();
   record->tags.clear();
   record->line = tag.line;
-  record->type = Keep(tag.text);
+  record->type = Keep(tag.text, 0);
   while (reader_.Next(&tag)) {
     if (tag.code == 0) {
       reader_.Unread();
       break;
     }
     if (decode && tag.type == ValueType::kString) tag.text = codec_.Decode(tag.text, &buffer_);
-    tag.text = Keep(tag.text);
+    tag.text = Keep(tag.text, record->tags.size() + 1);
     record->tags.push_back(tag);
   }
   if (reader_.failed()) return false;

@@ -49,7 +49,7 @@ class RecordReader {
   bool FailAt(const Record& record, std::string_view why);
 
  private:
-  std::string_view Keep(std::string_view text);
+  std::string_view Keep(std::string_view text, size_t index);
   void Finish(Record* record);
 
   TagReader reader_;
@@ -57,7 +57,12 @@ class RecordReader {
   TextCodec codec_;
   std::string arena_;
   std::string buffer_;
-  std::vector<std::pair<size_t, size_t>> spans_;  // arena spans of texts, per tag (+1: type)
+  struct Span {
+    size_t index;  // 0: the type; i + 1: tag i
+    size_t offset;
+    size_t size;
+  };
+  std::vector<Span> spans_;  // the texts placed in the arena
   bool ended_ = false;
 };
 

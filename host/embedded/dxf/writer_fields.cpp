@@ -18,110 +18,135 @@ bool IsZ(const AcGeVector3d& n) {
 }  // namespace
 
 void Writer::Fields(const AcDbEntity& e, const AcRxClass* cls, uint64_t owner, bool paper) {
-  const auto normal = [&](const AcGeVector3d& n) {
-    if (!IsZ(n)) w_.Point(210, n.x, n.y, n.z);
-  };
-  if (const auto* p = As<AcDbPoint>(e, cls)) {
-    Common(e, "POINT", owner, paper);
-    w_.String(100, "AcDbPoint");
-    w_.Point(10, p->position().x, p->position().y, p->position().z);
-    if (p->thickness() != 0) w_.Double(39, p->thickness());
-    normal(p->normal());
-    if (p->ecsRotation() != 0) w_.Double(50, p->ecsRotation() / kDegree);
-    return Finish(e, {"AcDbEntity", "AcDbPoint"});
-  }
-  if (const auto* a = As<AcDbArc>(e, cls)) {
-    Common(e, "ARC", owner, paper);
-    w_.String(100, "AcDbCircle");
-    if (a->thickness() != 0) w_.Double(39, a->thickness());
-    const AcGePoint3d c = Ocs(a->normal()).ToOcs(a->center());
-    w_.Point(10, c.x, c.y, c.z);
-    w_.Double(40, a->radius());
-    normal(a->normal());
-    Subclass(e, "AcDbCircle");
-    w_.String(100, "AcDbArc");
-    w_.Double(50, a->startAngle() / kDegree);
-    w_.Double(51, a->endAngle() / kDegree);
-    return Finish(e, {"AcDbEntity", "AcDbCircle", "AcDbArc"});
-  }
-  if (const auto* c = As<AcDbCircle>(e, cls)) {
-    Common(e, "CIRCLE", owner, paper);
-    w_.String(100, "AcDbCircle");
-    if (c->thickness() != 0) w_.Double(39, c->thickness());
-    const AcGePoint3d o = Ocs(c->normal()).ToOcs(c->center());
-    w_.Point(10, o.x, o.y, o.z);
-    w_.Double(40, c->radius());
-    normal(c->normal());
-    return Finish(e, {"AcDbEntity", "AcDbCircle"});
-  }
-  if (const auto* p = As<AcDbPolyline>(e, cls)) {
-    Common(e, "LWPOLYLINE", owner, paper);
-    w_.String(100, "AcDbPolyline");
-    w_.Int(90, p->numVerts());
-    w_.Int(70, p->isClosed() ? 1 : 0);
-    double constant = 0;
-    const bool uniform = p->getConstantWidth(constant) == Acad::eOk;
-    if (uniform) w_.Double(43, constant);
-    if (p->elevation() != 0) w_.Double(38, p->elevation());
-    if (p->thickness() != 0) w_.Double(39, p->thickness());
-    const bool bulges = p->hasBulges();
-    for (unsigned i = 0; i < p->numVerts(); ++i) {
-      AcGePoint2d v;
-      p->getPointAt(i, v);
-      w_.Point(10, v.x, v.y, 0, false);
-      if (!uniform) {
-        double s = 0, en = 0;
-        p->getWidthsAt(i, s, en);
-        w_.Double(40, s);
-        w_.Double(41, en);
-      }
-      double b = 0;
-      if (bulges && p->getBulgeAt(i, b) == Acad::eOk && b != 0) w_.Double(42, b);
+  if (const auto* x = As<AcDbPoint>(e, cls)) return PointFields(*x, owner, paper);
+  if (const auto* x = As<AcDbArc>(e, cls)) return ArcFields(*x, owner, paper);
+  if (const auto* x = As<AcDbCircle>(e, cls)) return CircleFields(*x, owner, paper);
+  if (const auto* x = As<AcDbPolyline>(e, cls)) return LwPolylineFields(*x, owner, paper);
+  if (const auto* x = As<AcDbText>(e, cls)) return TextFields(*x, owner, paper);
+  if (const auto* x = As<AcDbBlockReference>(e, cls)) return InsertFields(*x, owner, paper);
+}
+
+void Writer::Normal(const AcGeVector3d& n) {
+  if (!IsZ(n)) w_.Point(210, n.x, n.y, n.z);
+}
+
+void Writer::PointFields(const AcDbPoint& entity, uint64_t owner, bool paper) {
+  const AcDbEntity& e = entity;
+  const auto* p = &entity;
+  Common(e, "POINT", owner, paper);
+  w_.String(100, "AcDbPoint");
+  w_.Point(10, p->position().x, p->position().y, p->position().z);
+  if (p->thickness() != 0) w_.Double(39, p->thickness());
+  Normal(p->normal());
+  if (p->ecsRotation() != 0) w_.Double(50, p->ecsRotation() / kDegree);
+  Finish(e, {"AcDbEntity", "AcDbPoint"});
+}
+
+void Writer::ArcFields(const AcDbArc& entity, uint64_t owner, bool paper) {
+  const AcDbEntity& e = entity;
+  const auto* a = &entity;
+  Common(e, "ARC", owner, paper);
+  w_.String(100, "AcDbCircle");
+  if (a->thickness() != 0) w_.Double(39, a->thickness());
+  const AcGePoint3d c = Ocs(a->normal()).ToOcs(a->center());
+  w_.Point(10, c.x, c.y, c.z);
+  w_.Double(40, a->radius());
+  Normal(a->normal());
+  Subclass(e, "AcDbCircle");
+  w_.String(100, "AcDbArc");
+  w_.Double(50, a->startAngle() / kDegree);
+  w_.Double(51, a->endAngle() / kDegree);
+  Finish(e, {"AcDbEntity", "AcDbCircle", "AcDbArc"});
+}
+
+void Writer::CircleFields(const AcDbCircle& entity, uint64_t owner, bool paper) {
+  const AcDbEntity& e = entity;
+  const auto* c = &entity;
+  Common(e, "CIRCLE", owner, paper);
+  w_.String(100, "AcDbCircle");
+  if (c->thickness() != 0) w_.Double(39, c->thickness());
+  const AcGePoint3d o = Ocs(c->normal()).ToOcs(c->center());
+  w_.Point(10, o.x, o.y, o.z);
+  w_.Double(40, c->radius());
+  Normal(c->normal());
+  Finish(e, {"AcDbEntity", "AcDbCircle"});
+}
+
+void Writer::LwPolylineFields(const AcDbPolyline& entity, uint64_t owner, bool paper) {
+  const AcDbEntity& e = entity;
+  const auto* p = &entity;
+  Common(e, "LWPOLYLINE", owner, paper);
+  w_.String(100, "AcDbPolyline");
+  w_.Int(90, p->numVerts());
+  w_.Int(70, p->isClosed() ? 1 : 0);
+  double constant = 0;
+  const bool uniform = p->getConstantWidth(constant) == Acad::eOk;
+  if (uniform) w_.Double(43, constant);
+  if (p->elevation() != 0) w_.Double(38, p->elevation());
+  if (p->thickness() != 0) w_.Double(39, p->thickness());
+  const bool bulges = p->hasBulges();
+  for (unsigned i = 0; i < p->numVerts(); ++i) {
+    AcGePoint2d v;
+    p->getPointAt(i, v);
+    w_.Point(10, v.x, v.y, 0, false);
+    if (!uniform) {
+      double s = 0, en = 0;
+      p->getWidthsAt(i, s, en);
+      w_.Double(40, s);
+      w_.Double(41, en);
     }
-    normal(p->normal());
-    return Finish(e, {"AcDbEntity", "AcDbPolyline"});
+    double b = 0;
+    if (bulges && p->getBulgeAt(i, b) == Acad::eOk && b != 0) w_.Double(42, b);
   }
-  if (const auto* t = As<AcDbText>(e, cls)) {
-    const Ocs ocs(t->normal());
-    Common(e, "TEXT", owner, paper);
-    w_.String(100, "AcDbText");
-    if (t->thickness() != 0) w_.Double(39, t->thickness());
-    const AcGePoint3d p = ocs.ToOcs(t->position());
-    w_.Point(10, p.x, p.y, p.z);
-    w_.Double(40, t->height());
-    w_.String(1, kw::ToUtf8(t->textStringConst()));
-    if (t->rotation() != 0) w_.Double(50, t->rotation() / kDegree);
-    if (t->widthFactor() != 1.0) w_.Double(41, t->widthFactor());
-    if (t->oblique() != 0) w_.Double(51, t->oblique() / kDegree);
-    const std::string& style = NameOf(t->textStyle());
-    if (!style.empty()) w_.String(7, style);
-    const int mirror = (t->isMirroredInX() ? 2 : 0) | (t->isMirroredInY() ? 4 : 0);
-    if (mirror) w_.Int(71, mirror);
-    if (t->horizontalMode() != AcDb::kTextLeft) w_.Int(72, t->horizontalMode());
-    if (t->horizontalMode() != AcDb::kTextLeft || t->verticalMode() != AcDb::kTextBase) {
-      const AcGePoint3d a = ocs.ToOcs(t->alignmentPoint());
-      w_.Point(11, a.x, a.y, a.z);
-    }
-    normal(t->normal());
-    Subclass(e, "AcDbText");
-    w_.String(100, "AcDbText");
-    if (t->verticalMode() != AcDb::kTextBase) w_.Int(73, t->verticalMode());
-    return Finish(e, {"AcDbEntity", "AcDbText"});
+  Normal(p->normal());
+  Finish(e, {"AcDbEntity", "AcDbPolyline"});
+}
+
+void Writer::TextFields(const AcDbText& entity, uint64_t owner, bool paper) {
+  const AcDbEntity& e = entity;
+  const auto* t = &entity;
+  const Ocs ocs(t->normal());
+  Common(e, "TEXT", owner, paper);
+  w_.String(100, "AcDbText");
+  if (t->thickness() != 0) w_.Double(39, t->thickness());
+  const AcGePoint3d p = ocs.ToOcs(t->position());
+  w_.Point(10, p.x, p.y, p.z);
+  w_.Double(40, t->height());
+  w_.String(1, kw::ToUtf8(t->textStringConst()));
+  if (t->rotation() != 0) w_.Double(50, t->rotation() / kDegree);
+  if (t->widthFactor() != 1.0) w_.Double(41, t->widthFactor());
+  if (t->oblique() != 0) w_.Double(51, t->oblique() / kDegree);
+  const std::string& style = NameOf(t->textStyle());
+  if (!style.empty()) w_.String(7, style);
+  const int mirror = (t->isMirroredInX() ? 2 : 0) | (t->isMirroredInY() ? 4 : 0);
+  if (mirror) w_.Int(71, mirror);
+  if (t->horizontalMode() != AcDb::kTextLeft) w_.Int(72, t->horizontalMode());
+  if (t->horizontalMode() != AcDb::kTextLeft || t->verticalMode() != AcDb::kTextBase) {
+    const AcGePoint3d a = ocs.ToOcs(t->alignmentPoint());
+    w_.Point(11, a.x, a.y, a.z);
   }
-  if (const auto* r = As<AcDbBlockReference>(e, cls)) {
-    Common(e, "INSERT", owner, paper);
-    w_.String(100, "AcDbBlockReference");
-    w_.String(2, NameOf(r->blockTableRecord()));
-    const AcGePoint3d p = Ocs(r->normal()).ToOcs(r->position());
-    w_.Point(10, p.x, p.y, p.z);
-    const AcGeScale3d s = r->scaleFactors();
-    if (s.sx != 1.0) w_.Double(41, s.sx);
-    if (s.sy != 1.0) w_.Double(42, s.sy);
-    if (s.sz != 1.0) w_.Double(43, s.sz);
-    if (r->rotation() != 0) w_.Double(50, r->rotation() / kDegree);
-    normal(r->normal());
-    return Finish(e, {"AcDbEntity", "AcDbBlockReference"});
-  }
+  Normal(t->normal());
+  Subclass(e, "AcDbText");
+  w_.String(100, "AcDbText");
+  if (t->verticalMode() != AcDb::kTextBase) w_.Int(73, t->verticalMode());
+  Finish(e, {"AcDbEntity", "AcDbText"});
+}
+
+void Writer::InsertFields(const AcDbBlockReference& entity, uint64_t owner, bool paper) {
+  const AcDbEntity& e = entity;
+  const auto* r = &entity;
+  Common(e, "INSERT", owner, paper);
+  w_.String(100, "AcDbBlockReference");
+  w_.String(2, NameOf(r->blockTableRecord()));
+  const AcGePoint3d p = Ocs(r->normal()).ToOcs(r->position());
+  w_.Point(10, p.x, p.y, p.z);
+  const AcGeScale3d s = r->scaleFactors();
+  if (s.sx != 1.0) w_.Double(41, s.sx);
+  if (s.sy != 1.0) w_.Double(42, s.sy);
+  if (s.sz != 1.0) w_.Double(43, s.sz);
+  if (r->rotation() != 0) w_.Double(50, r->rotation() / kDegree);
+  Normal(r->normal());
+  Finish(e, {"AcDbEntity", "AcDbBlockReference"});
 }
 
 void Writer::Polyline(const AcDb2dPolyline& p, uint64_t owner, bool paper) {

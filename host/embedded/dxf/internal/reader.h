@@ -44,7 +44,20 @@ struct Identity {
 };
 
 // Decides for one group whether the object's own data takes it (true) or it is kept (false).
-using FieldFn = std::function<bool(const RawTag&)>;
+// A non-owning reference to the caller's lambda: one is made per object read, so it must not
+// allocate.
+class FieldFn {
+ public:
+  template <class F>
+  FieldFn(const F& f)  // NOLINT: converts from any lambda, like std::function
+      : object_(&f),
+        call_([](const void* o, const RawTag& t) { return (*static_cast<const F*>(o))(t); }) {}
+  bool operator()(const RawTag& t) const { return call_(object_, t); }
+
+ private:
+  const void* object_;
+  bool (*call_)(const void*, const RawTag&);
+};
 
 class Reader {
  public:

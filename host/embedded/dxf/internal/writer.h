@@ -65,6 +65,13 @@ class Writer {
   void Subclass(const AcDbObject& o, std::string_view marker);
   void Finish(const AcDbObject& o, std::initializer_list<std::string_view> markers);
   void Fields(const AcDbEntity& e, const AcRxClass* cls, uint64_t owner, bool paper);
+  void Normal(const AcGeVector3d& n);
+  void PointFields(const AcDbPoint& entity, uint64_t owner, bool paper);
+  void ArcFields(const AcDbArc& entity, uint64_t owner, bool paper);
+  void CircleFields(const AcDbCircle& entity, uint64_t owner, bool paper);
+  void LwPolylineFields(const AcDbPolyline& entity, uint64_t owner, bool paper);
+  void TextFields(const AcDbText& entity, uint64_t owner, bool paper);
+  void InsertFields(const AcDbBlockReference& entity, uint64_t owner, bool paper);
   void Polyline(const AcDb2dPolyline& p, uint64_t owner, bool paper);
   void Proxy(const db::ProxyEntity& p);
   void Tags(const db::Tags& tags);
