@@ -367,6 +367,9 @@ TEST_F(DxfSaveTest, SavingKeepsThePreviousFileAsBakAndAFailedSaveChangesNothing)
   std::string first;
   ASSERT_TRUE(kw::Fs().ReadFile(Path("road.dxf"), &first));
   ASSERT_EQ(SaveDrawing(Path("road.dxf"), db, "2018"), Acad::eOk);
+  std::string second;
+  ASSERT_TRUE(kw::Fs().ReadFile(Path("road.dxf"), &second));
+  EXPECT_EQ(second.substr(0, 47), "  0\nSECTION\n  2\nHEADER\n  9\n$ACADVER\n  1\nAC1032\n");
   std::string bak;
   ASSERT_TRUE(kw::Fs().ReadFile(Path("road.bak"), &bak));
   EXPECT_EQ(bak, first);
@@ -377,7 +380,7 @@ TEST_F(DxfSaveTest, SavingKeepsThePreviousFileAsBakAndAFailedSaveChangesNothing)
   faulty.Reset();
   std::string now;
   ASSERT_TRUE(kw::Fs().ReadFile(Path("road.dxf"), &now));
-  EXPECT_NE(now.find("AC1032"), std::string::npos);
+  EXPECT_EQ(now, second);
   AcDbDatabase missing(false, true);
   std::string message;
   EXPECT_EQ(ReadDrawing(Path("none.dxf"), missing, &message), Acad::eFileNotFound);
