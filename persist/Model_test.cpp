@@ -76,9 +76,11 @@ TEST(ModelDataTest, ZeroVertexCountWritesTheCountAlone) {
   model.batches.resize(1);
   model.batches[0].value = 0x01020304;
   CModel::WriteModelData(&model, &filer);
-  const std::string bytes = Bytes(filer);
   const std::string batch = std::string("\x04\x03\x02\x01", 4) + Int32(0) + Int32(0);
-  EXPECT_NE(bytes.find(Int32(1) + batch + Int32(0) + std::string("\x01", 1)), std::string::npos);
+  const std::string expected = Str(L"KWMDNEW") + std::string("\x02\x00", 2) + Str(L"") +
+                               std::string("\x00\x00\x00\x00\x00", 5) + Int32(0) + Int32(1) +
+                               batch + Int32(0) + std::string("\x01", 1) + Int32(0);
+  EXPECT_EQ(Bytes(filer), expected);
 }
 
 TEST(ModelDataTest, FullModelRoundTrips) {
