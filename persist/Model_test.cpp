@@ -11,6 +11,7 @@
 
 #include "common/encoding.h"
 #include "common/fileio.h"
+#include "common/testing/AllocMeter.h"
 #include "common/testing/TempDir.h"
 #include "persist/RDDwgFiler.h"
 
@@ -351,12 +352,14 @@ TEST_F(SnapshotTest, EveryTagReadsBack) {
   }
 }
 
-TEST_F(SnapshotTest, LengthsTheFileCannotHoldFail) {
+TEST_F(SnapshotTest, LengthsTheFileCannotHoldFailWithoutAllocatingThem) {
   DataModel read;
   for (const std::string& bytes : {std::string("\x01", 1), Int32(1000) + Int32(0),
                                    Int32(3) + Int32(0), Int32(12) + Int32(0) + Int32(0x7FFFFFF0)}) {
     ASSERT_TRUE(kw::Fs().WriteFileAtomic(m_path, bytes));
+    kwtest::AllocMeter meter;
     EXPECT_FALSE(CModel::LoadSnapShotSimple(m_path.c_str(), &read, 9));
+    EXPECT_LE(meter.PeakBytes(), 1024);  // the file's bytes and its path, nothing the lengths ask
   }
 }
 
