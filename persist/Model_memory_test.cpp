@@ -112,6 +112,18 @@ TEST(ModelMemoryTest, TheMeterSeesTheLibrarysAllocations) {
   EXPECT_GE(meter.PeakBytes(), 5000 * 4);
 }
 
+// The total counts every block, freed ones too; the peak only what was live at once.
+TEST(ModelMemoryTest, TheMeterTotalsFreedBlocksThatThePeakLeavesOut) {
+  kwtest::AllocMeter meter;
+  for (int i = 0; i < 4; ++i) {
+    CRDDwgFiler filer;
+    filer.writeString(std::wstring(5000, L'x').c_str());
+  }
+  // Four equal rounds, each freed before the next.
+  EXPECT_GE(meter.PeakBytes(), 5000 * 4);
+  EXPECT_GE(meter.TotalBytes(), 3 * meter.PeakBytes());
+}
+
 TEST(ModelMemoryTest, FloodsOfCheapElementsStayWithinTheInputsBound) {
   for (const Flood& flood : kFloods) {
     const std::string bytes = flood.make();
