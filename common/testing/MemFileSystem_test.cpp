@@ -127,69 +127,84 @@ TEST_F(MemFileSystemTest, PrivateFolderCheckNamesTheFolderAtFault) {
 }
 
 // Random operations on a few names in a few folders, run on the memory file system and on the
-// disk (inside a temporary folder), each result compared with a map of path to bytes.
+// disk (inside a temporary folder), each result compared with a map of path to bytes and a set
+// of folders. Folders are sometimes made on the way, so that files and folders contend for the
+// same names; each round starts in a fresh folder so that the names do not all end up folders.
 class MemFileSystemModelTest : public ::testing::Test {
  protected:
-  struct Model {
-    std::set<std::wstring> dirs{L"", L"/a", L"/a/b"};
-    std::map<std::wstring, std::string> files;
-  };
+  enum Op { kWrite, kRead, kRemove, kKind, kMakeFolders, kList };
 
-  void SetUp() override {
-    for (kw::FileSystem* fs : {static_cast<kw::FileSystem*>(&mem_), &kw::PosixFs()}) {
-      ASSERT_TRUE(fs->CreateDirectories(Root(fs) + L"/a/b"));
-    }
+  // Makes base/a/b on both file systems and in the model.
+  void StartRound(const std::wstring& base) {
+    ASSERT_EQ(Apply(&mem_, kMakeFolders, base + L"/a/b", ""), "made");
+    ASSERT_EQ(Apply(&kw::PosixFs(), kMakeFolders, base + L"/a/b", ""), "made");
+    ASSERT_EQ(Expect(kMakeFolders, base + L"/a/b", ""), "made");
   }
   std::wstring Root(kw::FileSystem* fs) const { return fs == &mem_ ? L"" : disk_.wpath(); }
 
   // One operation on one file system; the outcome as text.
-  std::string Apply(kw::FileSystem* fs, int op, const std::wstring& path, const std::string& b) {
+  std::string Apply(kw::FileSystem* fs, Op op, const std::wstring& path, const std::string& b) {
     const std::wstring at = Root(fs) + path;
     std::string bytes;
     Names names;
     switch (op) {
-      case 0:
+      case kWrite:
         return fs->WriteFileAtomic(at, b) ? "written" : "refused";
-      case 1:
+      case kRead:
         return fs->ReadFile(at, &bytes) ? bytes : "<failed>";
-      case 2:
+      case kRemove:
         return fs->RemoveFile(at) ? "removed" : "absent";
-      case 3:
+      case kKind:
         return fs->IsFile(at) ? "file" : (fs->IsDirectory(at) ? "dir" : "none");
-      default:
-        if (!fs->ListFiles(ParentOf(at), &names)) return "<failed>";
+      case kMakeFolders:
+        return fs->CreateDirectories(at) ? "made" : "refused";
+      case kList:
+        if (!fs->ListFiles(kw::ParentOf(at), &names)) return "<failed>";
         return kw::ToUtf8(Join(names));
     }
+    return "<no such operation>";
   }
-  // The same operation on the map.
-  std::string Expect(int op, const std::wstring& path, const std::string& b) {
-    const auto found = model_.files.find(path);
-    const bool in_folder = model_.dirs.count(std::wstring(kw::ParentOf(path))) != 0;
+  // The same operation on the model.
+  std::string Expect(Op op, const std::wstring& path, const std::string& b) {
+    const auto found = files_.find(path);
+    const bool in_folder = dirs_.count(kw::ParentOf(path)) != 0;
     switch (op) {
-      case 0:
-        if (!in_folder || model_.dirs.count(path) != 0) return "refused";
-        model_.files[path] = b;
+      case kWrite:
+        if (!in_folder || dirs_.count(path) != 0) return "refused";
+        files_[path] = b;
         return "written";
-      case 1:
-        return found != model_.files.end() ? found->second : "<failed>";
-      case 2:
-        if (found == model_.files.end()) return "absent";
-        model_.files.erase(found);
+      case kRead:
+        return found != files_.end() ? found->second : "<failed>";
+      case kRemove:
+        if (found == files_.end()) return "absent";
+        files_.erase(found);
         return "removed";
-      case 3:
-        return found != model_.files.end() ? "file" : model_.dirs.count(path) ? "dir" : "none";
-      default:
+      case kKind:
+        return found != files_.end() ? "file" : dirs_.count(path) ? "dir" : "none";
+      case kMakeFolders:
+        return MakeFolders(path);
+      case kList:
         return in_folder ? kw::ToUtf8(Join(ListOf(kw::ParentOf(path)))) : "<failed>";
     }
+    return "<no such operation>";
+  }
+  // Makes the folder and every missing one above it, or nothing when a file stands in the way.
+  std::string MakeFolders(const std::wstring& path) {
+    std::vector<std::wstring> missing;
+    for (std::wstring dir = path; !dir.empty(); dir = kw::ParentOf(dir)) {
+      if (files_.count(dir) != 0) return "refused";
+      if (dirs_.count(dir) == 0) missing.push_back(dir);
+    }
+    dirs_.insert(missing.begin(), missing.end());
+    return "made";
   }
   Names ListOf(const std::wstring& dir) const {
     Names names;
-    for (const auto& [path, bytes] : model_.files) {
+    for (const auto& [path, bytes] : files_) {
       if (kw::ParentOf(path) == dir) names.push_back(kw::FileNameOf(path));
     }
     return names;
   }
-  static std::wstring ParentOf(const std::wstring& path) { return kw::ParentOf(path); }
   static std::wstring Join(const Names& names) {
     std::wstring out;
     for (const std::wstring& name : names) out += name + L"|";
@@ -198,22 +213,31 @@ class MemFileSystemModelTest : public ::testing::Test {
 
   TempDir disk_{"kwmemfs"};
   MemFileSystem mem_;
-  Model model_;
+  // The model: the folders ("" is the root) and the files with their bytes.
+  std::set<std::wstring> dirs_{L""};
+  std::map<std::wstring, std::string> files_;
 };
 
 TEST_F(MemFileSystemModelTest, RandomOperationsAgreeWithAMapOfFilesAndWithTheDisk) {
-  const std::vector<std::wstring> paths = {L"/x",   L"/a/x", L"/a/y", L"/a/b/x",
-                                           L"/a/b", L"/m/x", L"/a"};
+  const std::vector<std::wstring> names = {L"/x",   L"/a/x", L"/a/y", L"/a/b/x",
+                                           L"/a/b", L"/m/x", L"/a",   L"/x/y"};
+  // Writes and reads most often, folders seldom.
+  const std::vector<Op> ops = {kWrite,  kWrite,  kWrite, kWrite, kRead, kRead, kRead,
+                               kRemove, kRemove, kKind,  kKind,  kList, kList, kMakeFolders};
   std::mt19937 random(20261123);
-  for (int step = 0; step < 300; ++step) {
-    const int op = static_cast<int>(random() % 5);
-    const std::wstring& path = paths[random() % paths.size()];
-    const std::string bytes(random() % 4, static_cast<char>('a' + step % 26));
-    const std::string expected = Expect(op, path, bytes);
-    SCOPED_TRACE("step " + std::to_string(step) + " op " + std::to_string(op) + " " +
-                 kw::ToUtf8(path));
-    ASSERT_EQ(Apply(&mem_, op, path, bytes), expected);
-    ASSERT_EQ(Apply(&kw::PosixFs(), op, path, bytes), expected);
+  for (int round = 0; round < 10; ++round) {
+    const std::wstring base = L"/r" + std::to_wstring(round);
+    StartRound(base);
+    for (int step = 0; step < 100; ++step) {
+      const Op op = ops[random() % ops.size()];
+      const std::wstring path = base + names[random() % names.size()];
+      const std::string bytes(random() % 4, static_cast<char>('a' + step % 26));
+      const std::string expected = Expect(op, path, bytes);
+      SCOPED_TRACE("step " + std::to_string(step) + " op " + std::to_string(op) + " " +
+                   kw::ToUtf8(path));
+      ASSERT_EQ(Apply(&mem_, op, path, bytes), expected);
+      ASSERT_EQ(Apply(&kw::PosixFs(), op, path, bytes), expected);
+    }
   }
 }
 
