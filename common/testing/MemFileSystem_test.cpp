@@ -2,9 +2,12 @@
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <filesystem>
 #include <map>
+#include <optional>
 #include <random>
 #include <set>
 #include <string>
@@ -256,6 +259,23 @@ TEST(TempDirTest, FolderIsPrivateAndGoesWithEverythingInIt) {
     ASSERT_TRUE(kw::PosixFs().WriteFileAtomic(dir.WAt(L"sub/deeper/f"), "x"));
   }
   EXPECT_FALSE(std::filesystem::exists(path));
+}
+
+// A forked child (a death test's) that ends with the folder's owner still alive must not take
+// the folder away from it.
+TEST(TempDirTest, AForkedChildLeavesItsParentsFolderAlone) {
+  std::optional<TempDir> dir;
+  dir.emplace("kwtempdir");
+  const pid_t child = fork();
+  ASSERT_GE(child, 0);
+  if (child == 0) {
+    dir.reset();
+    _exit(0);
+  }
+  int status = -1;
+  ASSERT_EQ(waitpid(child, &status, 0), child);
+  EXPECT_EQ(status, 0);
+  EXPECT_TRUE(std::filesystem::is_directory(dir->path()));
 }
 
 }  // namespace
