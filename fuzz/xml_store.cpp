@@ -1,14 +1,14 @@
 // Arbitrary bytes as an XML file read by the profile, the road object store and the DOM
 // wrappers, and as text handed to the store and the DOM. None of them may crash, hang, or grow
-// without bound; nothing reaches the disk (the one-file file system refuses writes).
+// without bound; nothing reaches the disk (the read-only in-memory file system refuses writes).
 #include <cstddef>
 #include <cstdint>
 #include <string>
 #include <vector>
 
 #include "common/encoding.h"
+#include "common/testing/MemFileSystem.h"
 #include "examples/laneitems/LaneItems.h"
-#include "fuzz/one_file_fs.h"
 #include "persist/KWXMLDOM.h"
 #include "persist/RoadObjectXML.h"
 #include "persist/XMLPrivateProfile.h"
@@ -63,7 +63,12 @@ void Dom(const std::wstring& text) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  OneFileSystem fs(data, size);
+  kwtest::MemFileSystem fs;
+  const std::string bytes(reinterpret_cast<const char*>(data), size);
+  for (const wchar_t* path : {L"/in/config.xml", L"/in/items.xml", L"/in/TextStyles.xml"}) {
+    fs.AddFile(path, bytes);
+  }
+  fs.SetReadOnly(true);
   kw::ScopedFileSystem scope(&fs);
   std::wstring text = kw::FromUtf8(std::string_view(reinterpret_cast<const char*>(data), size));
   Profile();
