@@ -67,7 +67,9 @@ struct Affine {
 inline constexpr int kMaxBlockDepth = 64;
 inline constexpr size_t kMaxArcSegments = 720;
 inline constexpr size_t kMaxDashesPerPath = 20000;
-inline constexpr size_t kMaxItems = 2000000;
+inline constexpr size_t kMaxItems = 100000;
+inline constexpr size_t kMaxPoints = 10000000;
+inline constexpr size_t kMaxEntityVisits = 250000;  // block references expand the drawing
 
 // Turns the live, visible entities of model space into items, block references expanded.
 // `unitsPerPixel` sets how finely arcs are cut into segments. Entities hidden by acedRedraw

@@ -3,6 +3,7 @@
 #include <cmath>
 
 #include "common/fileio.h"
+#include "host/api/dbents.h"
 #include "host/api/dbsymtb.h"
 #include "host/embedded/db/kept.h"
 #include "host/embedded/docs/docs.h"
@@ -28,8 +29,15 @@ bool ModelExtents(AcDbDatabase& db, AcDbExtents* out) {
   bool any = false;
   for (AcDbObjectId id : space ? db::BlockEntities(*space) : std::vector<AcDbObjectId>{}) {
     auto* e = AcDbEntity::cast(db::Peek(id));
+    if (!e || e->isErased()) continue;
+    // A reference counts by its insertion point: its block's extents can cost as much as
+    // every nested reference.
     AcDbExtents ext;
-    if (!e || e->isErased() || e->getGeomExtents(ext) != Acad::eOk) continue;
+    if (auto* ref = AcDbBlockReference::cast(e)) {
+      ext.set(ref->position(), ref->position());
+    } else if (e->getGeomExtents(ext) != Acad::eOk) {
+      continue;
+    }
     AcGePoint3d lo = ext.minPoint(), hi = ext.maxPoint();
     if (any) {
       lo = AcGePoint3d(std::min(lo.x, out->minPoint().x), std::min(lo.y, out->minPoint().y), 0);

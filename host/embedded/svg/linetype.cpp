@@ -205,13 +205,16 @@ std::vector<Item> ApplyLinetypes(std::vector<Item> items, AcDbDatabase& db) {
   Patterner patterner(db);
   std::vector<Item> out;
   out.reserve(items.size());
+  size_t points = 0;
   for (Item& item : items) {
+    const size_t before = out.size();
     if (item.kind != Item::kPath || item.style.linetype.isNull()) {
       out.push_back(std::move(item));
     } else {
       patterner.apply(item, out);
     }
-    if (out.size() >= kMaxItems) break;
+    for (size_t i = before; i < out.size(); ++i) points += out[i].points.size();
+    if (out.size() >= kMaxItems || points >= kMaxPoints) break;
   }
   return out;
 }

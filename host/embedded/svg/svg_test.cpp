@@ -279,6 +279,36 @@ TEST_F(ExportCommand, SaysWhyWhenTheFileCannotBeWritten) {
   EXPECT_EQ(why, L"no current drawing");
 }
 
+TEST_F(ExportCommand, NestedBlocksThatMultiplyStayWithinThePicturesLimits) {
+  // Each block holds two references to the one below: 2^40 lines if nothing stopped it.
+  DefineBlock(L"B0");
+  AcDbBlockTable* table = nullptr;
+  for (int level = 1; level <= 40; ++level) {
+    const std::wstring name = L"B" + std::to_wstring(level);
+    kwhost::CurrentDatabase()->getBlockTable(table, AcDb::kForWrite);
+    auto* block = new AcDbBlockTableRecord();
+    block->setName(name.c_str());
+    table->add(block);
+    block->close();
+    AcDbObjectId below;
+    table->getAt((L"B" + std::to_wstring(level - 1)).c_str(), below);
+    table->close();
+    AppendTo(name.c_str(), new AcDbBlockReference(AcGePoint3d(0, 0, 0), below));
+    AppendTo(name.c_str(), new AcDbBlockReference(AcGePoint3d(0, 1, 0), below));
+  }
+  kwhost::CurrentDatabase()->getBlockTable(table, AcDb::kForRead);
+  AcDbObjectId top;
+  table->getAt(L"B40", top);
+  table->close();
+  Add(new AcDbBlockReference(AcGePoint3d(0, 0, 0), top));
+  const std::wstring path = kw::FromUtf8(folder) + L"/nested.svg";
+  ASSERT_TRUE(kwhost::ExportSvg(path));
+  std::string bytes;
+  ASSERT_TRUE(kw::Fs().ReadFile(path, &bytes));
+  EXPECT_LT(bytes.size(), 100u << 20);
+  EXPECT_TRUE(bytes.ends_with("</svg>\n"));
+}
+
 // ---------------------------------------------------------------- palette and shapes
 
 TEST(Palette, NamedColoursHueRowsAndGreys) {
