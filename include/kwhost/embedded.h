@@ -24,6 +24,7 @@
 #include <string_view>
 #include <vector>
 
+#include "host/api/ge.h"
 #include "host/api/dbid.h"
 #include "host/api/win.h"
 
@@ -90,7 +91,8 @@ std::vector<std::wstring> CommandNames();
 
 // Creates or overwrites a system variable with a copy of *value (one resbuf, not a chain),
 // read-only ones included; this is how tests set "VIEWCTR" and the like. False for a null
-// name or value.
+// name or value. A variable another service keeps (the view variables, below) keeps its type
+// and takes the value through that service: false for another type or a refused value.
 bool DefineSysVar(const wchar_t* name, const resbuf* value, bool readOnly = false);
 
 // ---------------------------------------------------------------- main frame and clock
@@ -157,6 +159,26 @@ bool UnloadModule(const std::wstring& path);
 void UnloadModules();
 // Paths of the loaded modules in load order.
 std::vector<std::wstring> LoadedModules();
+
+// ---------------------------------------------------------------- views (view service)
+//
+// One view per space (model space, the paper layouts) shown on one screen; the view variables
+// (VIEWCTR, VIEWSIZE, VSMIN, VSMAX, VIEWDIR, TARGET, VIEWMODE, VIEWTWIST, FRONTZ, BACKZ,
+// LENSLENGTH, SCREENSIZE, PICKBOX, PICKADD, CVPORT, CTAB, TILEMODE, WORLDUCS, UCSORG, UCSXDIR,
+// UCSYDIR) are computed from it when read, and DefineSysVar on one of them changes the view
+// (false when the value is refused; VSMIN, VSMAX and WORLDUCS follow from the rest and refuse
+// every value). A new session: model space, a view 100 units high centred on the world origin
+// seen from above, a 1280 x 720 pixel screen, the world UCS, PICKBOX 3, PICKADD 1.
+
+// The screen in pixels (SCREENSIZE): the view keeps its centre and height (VIEWSIZE), its
+// width follows the screen's shape. False, nothing changed, below 1 or above 65535 pixels.
+bool SetScreenSize(int widthPixels, int heightPixels);
+// Makes a UCS current: origin and axes in world coordinates; y is turned in the plane of the
+// two axes to be perpendicular to x. False, nothing changed, for a zero or non-finite axis,
+// parallel axes or a non-finite origin.
+bool SetUcs(const AcGePoint3d& origin, const AcGeVector3d& xAxis, const AcGeVector3d& yAxis);
+// Makes the world coordinate system the UCS again.
+void SetWorldUcs();
 
 // ---------------------------------------------------------------- redraw (the redraw service)
 

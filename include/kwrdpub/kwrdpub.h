@@ -38,6 +38,8 @@
 #include "persist/XMLPrivateProfile.h"
 #include "persist/XTPPropExchange.h"
 
+// ---------------------------------------------------------------- views (editor/)
+#include "editor/CadView.h"
 // ---------------------------------------------------------------- flashing highlight (editor/)
 #include "editor/Twinkle.h"
 

@@ -9,7 +9,8 @@
 //   3. rx       registry entries others stored (the services' own entries stay pinned);
 //   4. frame    watchers, posted messages, timers, the clock; the main frame is open again;
 //   5. docs     one new "Drawing1.dwg";
-//   6. redraw   every entity drawn plainly again, no refreshes counted.
+//   6. view     model space, the default view, the world UCS, the default screen.
+//   7. redraw   every entity drawn plainly again, no refreshes counted.
 // Run-time classes survive every reset: modules cache their class pointers.
 #include <string>
 
@@ -22,6 +23,7 @@
 #include "host/embedded/modules/modules.h"
 #include "host/embedded/redraw/redraw.h"
 #include "host/embedded/rx/rx.h"
+#include "host/embedded/view/view.h"
 #include "kwhost/embedded.h"
 
 AcRxDictionary* acrxSysRegistry() {
@@ -42,6 +44,7 @@ void ResetSession() {
   rx::Reset();
   frame::Reset();
   docs::Reset();
+  view::Reset();
   redraw::Reset();
 }
 
