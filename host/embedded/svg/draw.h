@@ -97,8 +97,8 @@ struct Frame {
   std::function<AcGePoint3d(const AcGePoint3d&)> toDisplay;
   double unitsPerPixel() const { return height / pixelsHigh; }
 };
-// The current view of the database's document.
-Frame CurrentFrame(AcDbDatabase& db);
+// The current view (centre, size, direction and twist) on the host's screen.
+Frame CurrentFrame();
 
 // The SVG document of the items as the frame shows them.
 std::string WriteSvg(const std::vector<Item>& items, const Frame& frame);

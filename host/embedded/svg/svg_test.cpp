@@ -66,9 +66,22 @@ void Redraw(AcDbObjectId id, int mode) {
   acedRedraw(name, mode);
 }
 
-// The drawing: a grey border from (0,0) to (160,90) fixes the view (extents), and each entity
-// sits in its own place.
+// Shows the window from (0,-4.5) to (160,94.5): 99 units high on the 1280 x 720 screen.
+void ShowDrawingWindow() {
+  resbuf center{};
+  center.restype = RT3DPOINT;
+  center.resval.rpoint[0] = 80;
+  center.resval.rpoint[1] = 45;
+  ASSERT_TRUE(kwhost::DefineSysVar(L"VIEWCTR", &center));
+  resbuf size{};
+  size.restype = RTREAL;
+  size.resval.rreal = 99;
+  ASSERT_TRUE(kwhost::DefineSysVar(L"VIEWSIZE", &size));
+}
+
+// The drawing: a grey border from (0,0) to (160,90), and each entity in its own place.
 void BuildDrawing() {
+  ShowDrawingWindow();
   Line(0, 0, 160, 0, 8);
   Line(160, 0, 160, 90, 8);
   Line(0, 90, 160, 90, 8);
@@ -145,8 +158,7 @@ class Picture : public ::testing::Test {
     ASSERT_TRUE(rendered);
   }
 
-  // The pixel of a world point: the view shows the border's extents with a tenth more height,
-  // on a 1280 x 720 picture.
+  // The pixel of a world point in the window ShowDrawingWindow shows.
   static Pixel At(double x, double y) {
     const double upp = 99.0 / 720.0;
     const int px = static_cast<int>(std::floor((x - (80 - 88)) / upp));
@@ -277,6 +289,35 @@ TEST_F(ExportCommand, SaysWhyWhenTheFileCannotBeWritten) {
   std::wstring why;
   EXPECT_FALSE(kwhost::ExportSvg(path, &why));
   EXPECT_EQ(why, L"no current drawing");
+}
+
+TEST_F(ExportCommand, ThePictureIsTheScreenAndFollowsTheViewDirection) {
+  if (!kwtest::HaveSvgRenderer()) GTEST_SKIP() << "rsvg-convert is not installed";
+  Line(10, 0, 40, 0, 1);
+  ASSERT_TRUE(kwhost::SetScreenSize(400, 200));
+  resbuf size{};
+  size.restype = RTREAL;
+  size.resval.rreal = 100;  // 200 units wide: x from -100 to 100
+  ASSERT_TRUE(kwhost::DefineSysVar(L"VIEWSIZE", &size));
+  const std::string top = folder + "/top.svg";
+  ASSERT_TRUE(kwhost::ExportSvg(kw::FromUtf8(top)));
+  resbuf below{};
+  below.restype = RT3DPOINT;
+  below.resval.rpoint[2] = -1;  // seen from below, x runs to the left of the screen
+  ASSERT_TRUE(kwhost::DefineSysVar(L"VIEWDIR", &below));
+  const std::string under = folder + "/under.svg";
+  ASSERT_TRUE(kwhost::ExportSvg(kw::FromUtf8(under)));
+  kwtest::Raster image;
+  ASSERT_TRUE(kwtest::RenderSvg(top, &image));
+  EXPECT_EQ(image.width, 400);
+  EXPECT_EQ(image.height, 200);
+  EXPECT_GT(image.at(250, 100).r, 200);  // x = 25
+  EXPECT_LT(image.at(250, 100).g, 100);
+  EXPECT_EQ(image.at(150, 100), (Pixel{255, 255, 255}));
+  ASSERT_TRUE(kwtest::RenderSvg(under, &image));
+  EXPECT_GT(image.at(150, 100).r, 200);
+  EXPECT_LT(image.at(150, 100).g, 100);
+  EXPECT_EQ(image.at(250, 100), (Pixel{255, 255, 255}));
 }
 
 TEST_F(ExportCommand, NestedBlocksThatMultiplyStayWithinThePicturesLimits) {
