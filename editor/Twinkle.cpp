@@ -38,22 +38,6 @@ int StopGroup(int groupId, HWND hwnd) {
   return 1;
 }
 
-// Ends one blink's record once its entity is shown: the temporary outline is erased, any
-// other entity released and restored when no other blink holds it.
-void EndRecord(int id, const UENTINFO& r) {
-  auto& s = Twinkle();
-  auto temporary = s.temporaries.find(id);
-  if (temporary == s.temporaries.end()) {
-    if (KWRDPub::twinkle::Release(r.ent) == 0) KWRDPub::twinkle::Restore(r);
-    s.records.erase(id);
-    return;
-  }
-  if (!KWRDPub::twinkle::EraseTemporary(temporary->second)) return;
-  KWRDPub::twinkle::Release(r.ent);
-  s.temporaries.erase(temporary);
-  s.records.erase(id);
-}
-
 int StopOne(int id) {
   UENTINFO* r = Twinkle().records.find(id);
   if (!r) return 1;
@@ -62,7 +46,7 @@ int StopOne(int id) {
     if (!CanWrite(r->ent)) return 0;
     acedRedraw(r->ent, kDraw);
   }
-  EndRecord(id, *r);
+  KWRDPub::twinkle::EndRecord(id, *r);
   acedRedraw(nullptr, 0);
   return 1;
 }

@@ -209,6 +209,20 @@ int Release(const ads_name ent) {
   return left > 0 ? left : 0;
 }
 
+void EndRecord(int id, const UENTINFO& r) {
+  State& s = Twinkle();
+  auto temporary = s.temporaries.find(id);
+  if (temporary == s.temporaries.end()) {
+    if (Release(r.ent) == 0) Restore(r);
+    s.records.erase(id);
+    return;
+  }
+  if (!EraseTemporary(temporary->second)) return;
+  Release(r.ent);
+  s.temporaries.erase(temporary);
+  s.records.erase(id);
+}
+
 bool EraseTemporary(int64_t objectId) {
   AcDbPolyline* polyline = nullptr;
   AcDbObjectId id = AcDbObjectId().setFromOldId(objectId);

@@ -105,6 +105,10 @@ bool CanWrite(const ads_name ent);
 void Restore(const UENTINFO& record);
 // Lowers the entity's reference count by one (when it has one): the count left, 0 when none.
 int Release(const ads_name ent);
+// Ends one blink: a temporary outline is erased (the record stays when it can't be), any other
+// entity released and restored when no other blink holds it; the record is dropped. `r` is the
+// record of `id` and is gone afterwards.
+void EndRecord(int id, const UENTINFO& r);
 // Erases the temporary polyline of that object id: true when it is erased.
 bool EraseTemporary(int64_t objectId);
 // Reports an unexpected failure to the user.
