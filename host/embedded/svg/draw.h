@@ -75,8 +75,8 @@ inline constexpr size_t kMaxEntityVisits = 250000;  // block references expand t
 // `unitsPerPixel` sets how finely arcs are cut into segments. Entities hidden by acedRedraw
 // are left out; highlighted ones are marked.
 std::vector<Item> Flatten(AcDbDatabase& db, double unitsPerPixel);
-// Replaces each patterned path by its dashes, dots, texts and shapes.
-std::vector<Item> ApplyLinetypes(std::vector<Item> items, AcDbDatabase& db);
+// Replaces each patterned path by its dashes, dots (one pixel long), texts and shapes.
+std::vector<Item> ApplyLinetypes(std::vector<Item> items, AcDbDatabase& db, double unitsPerPixel);
 // Sample points of an arc from `start` turning by `sweep` radians about `center` (the
 // start point included, the end point included).
 std::vector<AcGePoint3d> ArcPoints(const AcGePoint3d& center, double radius, double startAngle,

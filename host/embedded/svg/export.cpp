@@ -32,7 +32,7 @@ bool ExportSvg(const std::wstring& path, std::wstring* why) {
   }
   const svg::Frame frame = svg::CurrentFrame();
   std::vector<svg::Item> items = svg::Flatten(*db, frame.unitsPerPixel());
-  items = svg::ApplyLinetypes(std::move(items), *db);
+  items = svg::ApplyLinetypes(std::move(items), *db, frame.unitsPerPixel());
   if (!kw::Fs().WriteFileAtomic(path, svg::WriteSvg(items, frame))) {
     if (why) *why = L"cannot write " + path;
     return false;

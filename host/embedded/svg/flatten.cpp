@@ -148,6 +148,7 @@ class Flattener {
     if (auto* pl = AcDb2dPolyline::cast(e)) return oldStyle(*pl, style, ctx);
     if (auto* text = AcDbText::cast(e)) return textEntity(*text, style, ctx);
     if (auto* ref = AcDbBlockReference::cast(e)) return reference(*ref, *e, layer, style, ctx);
+    if (auto* point = AcDbPoint::cast(e)) return dot(point->position(), style, ctx);
   }
 
   // Items beyond the picture's limits are dropped: a drawing from outside cannot make it
@@ -176,6 +177,12 @@ class Flattener {
     item.style = style;
     item.style.linetype = AcDbObjectId();
     add(std::move(item));
+  }
+
+  // A point: a dot two pixels across.
+  void dot(const AcGePoint3d& at, const Style& style, const Context& ctx) {
+    const double radius = m_upp / std::max(ctx.map.scale(), 1e-300);
+    area(ArcPoints(at, radius, 0, kTwoPi, radius), style, ctx);
   }
 
   // An arc in the plane of `normal` (the xy plane, seen from below when it points down).

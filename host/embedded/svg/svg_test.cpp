@@ -109,6 +109,7 @@ void BuildDrawing() {
   Redraw(Line(100, 50, 120, 50, 1), 2);                      // hidden
   Redraw(Line(100, 60, 120, 60, 7), 3);                      // highlighted
   Add(new AcDbText(AcGePoint3d(130, 10, 0), L"KW", AcDbObjectId(), 6), 1);
+  Add(new AcDbPoint(AcGePoint3d(150, 30, 0)), 3);
   DefineBlock(L"MARK");
   AcDbObjectId block;
   AcDbBlockTable* table = nullptr;
@@ -127,6 +128,10 @@ void BuildDrawing() {
   auto* fence = new AcDbLine(AcGePoint3d(60, 70, 0), AcGePoint3d(150, 70, 0));
   fence->setLinetype(L"FENCELINE1");
   Add(fence, 1);
+  ASSERT_EQ(acdbLoadLineTypeFile(L"DOT", L"acadiso.lin"), Acad::eOk);
+  auto* dots = new AcDbLine(AcGePoint3d(10, 86, 0), AcGePoint3d(60, 86, 0));
+  dots->setLinetype(L"DOT");
+  Add(dots, 3);
   ASSERT_EQ(acdbLoadLineTypeFile(L"GAS_LINE", L"acadiso.lin"), Acad::eOk);
   auto* gas = new AcDbLine(AcGePoint3d(40, 55, 0), AcGePoint3d(95, 55, 0));
   gas->setLinetype(L"GAS_LINE");
@@ -228,19 +233,22 @@ TEST_F(Picture, AHiddenEntityIsLeftOutAndAHighlightedOneHasAHalo) {
   EXPECT_LT(halo.r, 200);
 }
 
-TEST_F(Picture, TextAndBlockReferencesAreDrawn) {
+TEST_F(Picture, TextBlockReferencesAndPointsAreDrawn) {
   int red = 0;
   for (double x = 130; x < 140; x += 0.25) {
     for (double y = 10; y < 16; y += 0.25) red += Near(At(x, y), kRed) ? 1 : 0;
   }
   EXPECT_GT(red, 20);
-  EXPECT_TRUE(Shows(140, 50, kRed));  // the block's line turned upright and doubled
+  EXPECT_TRUE(Shows(140, 50, kRed));    // the block's line turned upright and doubled
+  EXPECT_TRUE(Shows(150, 30, kGreen));  // a point is a dot
   EXPECT_TRUE(Blank(145, 40));
 }
 
 TEST_F(Picture, LinetypesShowTheirDashesAndShapes) {
-  EXPECT_TRUE(Shows(16, 80, kBlue));      // in the first 12.7-unit dash
-  EXPECT_TRUE(Blank(10 + 12.7 + 3, 80));  // in the gap after it
+  EXPECT_TRUE(Shows(16, 80, kBlue));          // in the first 12.7-unit dash
+  EXPECT_TRUE(Blank(10 + 12.7 + 3, 80));      // in the gap after it
+  EXPECT_TRUE(Shows(10 + 6.35, 86, kGreen));  // DOT: a dot every 6.35 units
+  EXPECT_TRUE(Blank(10 + 3.2, 86));
   // FENCELINE1: a circle of radius 2.54 centred 13.335 units along, in the gap.
   EXPECT_TRUE(Shows(60 + 13.335, 70 + 2.54, kRed));
   EXPECT_TRUE(Blank(60 + 13.335, 70));
