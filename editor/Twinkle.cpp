@@ -43,7 +43,7 @@ int StopOne(int id) {
   if (!r) return 1;
   DocumentLock lock;
   if (r->state == kUndraw) {
-    if (!CanWrite(r->ent)) return 0;
+    if (!CanWrite(*r)) return 0;
     acedRedraw(r->ent, kDraw);
   }
   KWRDPub::twinkle::EndRecord(id, *r);
@@ -56,7 +56,7 @@ void RestoreAll() {
   DocumentLock lock;
   for (const UENTINFO& r : s.records.all()) {
     KWRDPub::twinkle::Restore(r);
-    if (r.state == kUndraw && CanWrite(r.ent)) acedRedraw(r.ent, kDraw);
+    if (r.state == kUndraw && CanWrite(r)) acedRedraw(r.ent, kDraw);
   }
   s.records.clear();
   for (const auto& [id, objectId] : s.temporaries) KWRDPub::twinkle::EraseTemporary(objectId);

@@ -162,6 +162,7 @@ int StartOne(const ads_name ent, int colorIndex, const wchar_t* linetype, double
   int count = 0;
   if (acdbGetObjectId(id, ent) == Acad::eOk) {
     count = ++s.refCounts[id.asOldId()];
+    r.objectId = id;
     Restyle(id, r);
   }
   StartTimer();
@@ -172,9 +173,9 @@ int StartOne(const ads_name ent, int colorIndex, const wchar_t* linetype, double
   return twinkleId;
 }
 
-bool CanWrite(const ads_name ent) {
-  AcDbObjectId id;
-  if (acdbGetObjectId(id, ent) != Acad::eOk) return false;
+bool CanWrite(const UENTINFO& record) {
+  AcDbObjectId id = record.objectId;
+  if (id.isNull() && acdbGetObjectId(id, record.ent) != Acad::eOk) return false;
   AcDbEntity* entity = nullptr;
   if (acdbOpenAcDbEntity(entity, id, AcDb::kForWrite) != Acad::eOk) return false;
   entity->close();

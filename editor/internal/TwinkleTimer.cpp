@@ -18,7 +18,7 @@ std::vector<int> BlinkAll(DWORD now) {
     if (r.duration != static_cast<DWORD>(kTwinkleInfinite) && now - r.startTick >= r.duration) {
       expired.push_back(r.id);
     }
-    if (r.state == s.phase || !CanWrite(r.ent)) continue;
+    if (r.state == s.phase || !CanWrite(r)) continue;
     if (acedRedraw(r.ent, s.phase) != RTNORM) continue;
     acedRedraw(r.ent, kUnhighlight);
     r.state = s.phase;
@@ -32,7 +32,7 @@ void EndExpired(int id) {
   State& s = Twinkle();
   UENTINFO* r = s.records.find(id);
   if (!r) return;
-  if (!s.temporaries.count(id) && r->state == kUndraw && CanWrite(r->ent)) {
+  if (!s.temporaries.count(id) && r->state == kUndraw && CanWrite(*r)) {
     acedRedraw(r->ent, kDraw);
   }
   EndRecord(id, *r);
