@@ -8,7 +8,8 @@
 //   2. editor   commands, prompt settings, input and output, system variables, dialog logs;
 //   3. rx       registry entries others stored (the services' own entries stay pinned);
 //   4. frame    watchers, posted messages, timers, the clock; the main frame is open again;
-//   5. docs     one new "Drawing1.dwg".
+//   5. docs     one new "Drawing1.dwg";
+//   6. select   selection sets, the other-input callback, the Shift key.
 // Run-time classes survive every reset: modules cache their class pointers.
 #include <string>
 
@@ -20,6 +21,7 @@
 #include "host/embedded/frame/frame.h"
 #include "host/embedded/modules/modules.h"
 #include "host/embedded/rx/rx.h"
+#include "host/embedded/select/select.h"
 #include "kwhost/embedded.h"
 
 AcRxDictionary* acrxSysRegistry() {
@@ -40,6 +42,7 @@ void ResetSession() {
   rx::Reset();
   frame::Reset();
   docs::Reset();
+  select::Reset();
 }
 
 void OpenDocument(const std::wstring& fileName) {
