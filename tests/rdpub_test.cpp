@@ -116,7 +116,19 @@ TEST_F(Rdpub, UnknownCommandHelpAndMessageBoxAnswers) {
             "\nprobe: loaded\n未知命令\"FROBNICATE\"。输入 HELP 查看命令列表。"
             "\n内置命令: APPLOAD HELP LIST NEW OPEN QUIT SAVE SAVEAS LINETYPE\n已注册命令:"
             "\n  ProbeAsk\n  ProbeBox\n  ProbeInt"
-            "\n  ProbeStrings\n[凯维提示] 继续?\nprobe: box 7\n[凯维提示] 继续?\nprobe: box 6"
+            "\n  ProbeStrings"
+            "\n选择对象时每行输入一项:"
+            "\n  2A 2B          图元句柄(十六进制, 空格分隔)"
+            "\n  W x1,y1 x2,y2  窗口: 完全在框内的图元"
+            "\n  C x1,y1 x2,y2  交叉: 在框内或与框相交的图元"
+            "\n  ALL            全部图元"
+            "\n  x,y            拾取点: 拾取框下的图元"
+            "\n  R / A          之后的选择移除 / 添加"
+            "\n  -...           以上各项前加 \"-\": 按住 Shift (移除)"
+            "\n  其它文字       交给命令 (关键字)"
+            "\n  空行           回车, 结束选择"
+            "\n  ^C             取消"
+            "\n[凯维提示] 继续?\nprobe: box 7\n[凯维提示] 继续?\nprobe: box 6"
             "\nprobe: WM_CLOSE\nprobe: unloaded same");
 }
 

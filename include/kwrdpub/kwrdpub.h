@@ -38,4 +38,9 @@
 #include "persist/XMLPrivateProfile.h"
 #include "persist/XTPPropExchange.h"
 
+// ---------------------------------------------------------------- selection (editor/)
+#include "editor/CFilterByClass.h"
+#include "editor/KWSSGet.h"
+#include "editor/KWSubentSel.h"
+
 #endif  // KWRDPUB_KWRDPUB_H_

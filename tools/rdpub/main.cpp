@@ -30,6 +30,7 @@
 #include "common/text.h"
 #include "host/api/editor.h"
 #include "kwhost/embedded.h"
+#include "tools/rdpub/selection_help.h"
 
 namespace {
 
@@ -198,6 +199,7 @@ void PrintHelp() {
   for (const std::wstring& name : kwhost::HostCommandNames()) text += L" " + name;
   text += L"\n已注册命令:";
   for (const std::wstring& name : kwhost::CommandNames()) text += L"\n  " + name;
+  text += SelectionHelp();
   acutPrintf(L"%s", text.c_str());
 }
 
