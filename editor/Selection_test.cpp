@@ -251,6 +251,18 @@ TEST_F(KeywordLoop, EnterCancelAndActionCodesEndTheLoopAndRestoreTheHost) {
   EXPECT_EQ(KWRDPub::KWSSGetWithKeyword(none, ids), RTERROR);
 }
 
+TEST_F(KeywordLoop, AFilterTheHostRefusesEndsTheLoopWithoutAsking) {
+  pick.filter = acutBuildList(-4, L"<OR", 8, L"0", 0);
+  EXPECT_EQ(Run(HandleOf(line1) + L"\n"), RTERROR);
+  EXPECT_EQ(kwhost::PendingInput(), 2u);
+  EXPECT_EQ(kwhost::TakeOutput(), L"");
+  kwhost::ClearInput();
+  kwhost::QueueInput(HandleOf(line1) + L"\n");
+  EXPECT_EQ(KWRDPub::KWSSGet_ReturnSelAll(L"", L"", pick.filter, ids), RTERROR);
+  EXPECT_EQ(kwhost::PendingInput(), 2u);
+  acutRelRb(pick.filter);
+}
+
 // ---------------------------------------------------------------- select all on Enter
 
 class SelectAll : public EditorSelection {
