@@ -263,6 +263,23 @@ TEST_F(KeywordLoop, AFilterTheHostRefusesEndsTheLoopWithoutAsking) {
   acutRelRb(pick.filter);
 }
 
+TEST_F(KeywordLoop, EnterSpaceAndTheRightButtonEndASelection) {
+  for (auto [message, key] : {std::pair<UINT, WPARAM>{WM_KEYDOWN, VK_RETURN},
+                              {WM_KEYDOWN, VK_SPACE},
+                              {WM_RBUTTONDOWN, 0}}) {
+    KWRDPub::selection::SelectionScope scope(false);
+    KWRDPub::selection::EndFlag() = false;
+    kwhost::PostMainFrameMessage(message, key);
+    kwhost::PumpMessages();
+    EXPECT_TRUE(KWRDPub::selection::EndFlag()) << message << " " << key;
+  }
+  KWRDPub::selection::SelectionScope scope(false);
+  KWRDPub::selection::EndFlag() = false;
+  kwhost::PostMainFrameMessage(WM_KEYDOWN, 'A');
+  kwhost::PumpMessages();
+  EXPECT_FALSE(KWRDPub::selection::EndFlag());
+}
+
 // ---------------------------------------------------------------- select all on Enter
 
 class SelectAll : public EditorSelection {

@@ -372,6 +372,29 @@ TEST_F(Selection, NestedPicksReachIntoBlockReferencesWithMarkers) {
   EXPECT_EQ(xf[0][3], 0);
 }
 
+TEST_F(Selection, OldStylePolylinesPickBySegmentAndBulgesAreArcs) {
+  AcGePoint3dArray pts;
+  for (const AcGePoint3d& p :
+       {AcGePoint3d(0, 40, 0), AcGePoint3d(10, 40, 0), AcGePoint3d(10, 50, 0)}) {
+    pts.append(p);
+  }
+  AcArray<double> bulges;
+  for (double b : {1.0, 0.0, 0.0}) bulges.append(b);
+  const AcDbObjectId old =
+      Append(new AcDb2dPolyline(AcDb::k2dSimplePoly, pts, 0, false, 0, 0, &bulges));
+  ads_name e;
+  ads_point p;
+  Adesk::GsMarker marker = 0;
+  // The first segment is a half circle below its chord, through (5, 35).
+  kwhost::QueueInput(L"5,35.1\n5,40\n10,45\n");
+  ASSERT_EQ(acedNEntSelPEx(nullptr, e, p, 0, nullptr, nullptr, 0, &marker), RTNORM);
+  EXPECT_EQ(IdOf(e), old);
+  EXPECT_EQ(marker, 1);
+  EXPECT_EQ(acedNEntSelPEx(nullptr, e, p, 0, nullptr, nullptr, 0, &marker), RTERROR);
+  ASSERT_EQ(acedNEntSelPEx(nullptr, e, p, 0, nullptr, nullptr, 0, &marker), RTNORM);
+  EXPECT_EQ(marker, 2);
+}
+
 TEST_F(Selection, GetPointReadsPointsKeywordsAndEnter) {
   ads_point p;
   kwhost::QueueInput(L"1.5,2\nfoo\n3,4,5\n\nx\n^C");
