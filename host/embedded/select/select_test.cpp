@@ -395,6 +395,31 @@ TEST_F(Selection, OldStylePolylinesPickBySegmentAndBulgesAreArcs) {
   EXPECT_EQ(marker, 2);
 }
 
+TEST_F(Selection, BlocksThatDoubleAtEveryLevelStayCheapToPick) {
+  // B0 holds two references to B1, B1 two to B2, ... B29 a line: 2^29 lines in all.
+  AcDbBlockTable* blocks = nullptr;
+  kwhost::CurrentDatabase()->getBlockTable(blocks, AcDb::kForWrite);
+  std::vector<AcDbObjectId> ids;
+  for (int i = 0; i < 30; ++i) {
+    auto* block = new AcDbBlockTableRecord();
+    block->setName((L"D" + std::to_wstring(i)).c_str());
+    AcDbObjectId id;
+    blocks->add(id, block);
+    block->close();
+    ids.push_back(id);
+  }
+  blocks->close();
+  for (int i = 0; i < 29; ++i) {
+    const std::wstring name = L"D" + std::to_wstring(i);
+    AppendTo(name.c_str(), new AcDbBlockReference({0, -200, 0}, ids[i + 1]));
+    AppendTo(name.c_str(), new AcDbBlockReference({0.001, -200, 0}, ids[i + 1]));
+  }
+  AppendTo(L"D29", new AcDbLine({0, 0, 0}, {1, 0, 0}));
+  const AcDbObjectId top = Append(new AcDbBlockReference({1000, 5800, 0}, ids[0]));
+  int rc = 0;
+  EXPECT_EQ(Get(L"1000.5,0\nC 999,-1 1002,1\nW 999,-1 1002,1\n", &rc), Ids{top});
+}
+
 TEST_F(Selection, GetPointReadsPointsKeywordsAndEnter) {
   ads_point p;
   kwhost::QueueInput(L"1.5,2\nfoo\n3,4,5\n\nx\n^C");

@@ -19,6 +19,9 @@ using kwhost::select::Hit;
 using kwhost::select::Window;
 
 constexpr int kMaxDepth = 64;
+// Parts and references looked at for one entity: blocks that reference each other twice per
+// level would otherwise make a pick cost 2^64 steps.
+constexpr size_t kMaxSteps = 1 << 16;
 constexpr double kTwoPi = 2 * std::numbers::pi;
 
 // An affine map of the world: p' = L p + t, rows of [L | t].
@@ -78,6 +81,9 @@ struct Path {
 struct Shape {
   std::vector<Part> parts;
   std::vector<Path> paths;
+  size_t steps = 0;
+  // Counts one step; false once the budget is spent.
+  bool step() { return ++steps <= kMaxSteps; }
 };
 
 AcGePoint3d OnArc(const Part& p, double angle) {
@@ -87,6 +93,7 @@ AcGePoint3d OnArc(const Part& p, double angle) {
 // Adds a part placed by the path's map; an arc under a map that is no similarity becomes
 // segments.
 void AddPlaced(Shape& shape, Part part) {
+  if (!shape.step()) return;
   const Xform& x = shape.paths[part.path].xform;
   if (part.kind != Part::kArc) {
     part.a = x.apply(part.a);
@@ -181,7 +188,7 @@ void AddEntity(Shape& shape, const AcDbEntity& e, size_t path, int depth);
 
 void AddReference(Shape& shape, const AcDbBlockReference& ref, size_t path, int depth) {
   auto* block = AcDbBlockTableRecord::cast(kwhost::db::Peek(ref.blockTableRecord()));
-  if (!block || depth >= kMaxDepth) return;
+  if (!block || depth >= kMaxDepth || !shape.step()) return;
   Path inner = shape.paths[path];
   inner.references.push_back(ref.objectId());
   inner.xform = inner.xform.after(PlacementOf(ref, block->origin()));
@@ -328,6 +335,20 @@ bool PartCrosses(const Part& part, const Window& w) {
   return false;
 }
 
+bool PartInside(const Part& part, const Window& w) {
+  if (part.kind != Part::kArc)
+    return Inside(w, part.a.x, part.a.y) && Inside(w, part.b.x, part.b.y);
+  const AcGePoint3d s = OnArc(part, part.start), e = OnArc(part, part.start + part.sweep);
+  if (!Inside(w, s.x, s.y) || !Inside(w, e.x, e.y)) return false;
+  for (int quarter = 0; quarter < 4; ++quarter) {
+    const double angle = quarter * std::numbers::pi / 2;
+    if (part.sweep < kTwoPi && kwhost::db::SweepOf(part.start, angle) > part.sweep) continue;
+    const AcGePoint3d p = OnArc(part, angle);
+    if (!Inside(w, p.x, p.y)) return false;
+  }
+  return true;
+}
+
 // The part of `shape` nearest p: its index, or -1 when the shape has none.
 int NearestPart(const Shape& shape, const AcGePoint3d& p, double* distance) {
   int best = -1;
@@ -388,15 +409,12 @@ std::vector<AcDbObjectId> SpaceEntities(bool allLayouts) {
 }
 
 bool InsideWindow(AcDbObjectId id, const Window& w) {
-  auto* e = AcDbEntity::cast(kwhost::db::Peek(id));
-  AcDbExtents ext;
-  if (!e || e->isErased() || e->getGeomExtents(ext) != Acad::eOk) return false;
-  return Inside(w, ext.minPoint().x, ext.minPoint().y) &&
-         Inside(w, ext.maxPoint().x, ext.maxPoint().y);
+  const Shape shape = ShapeOf(id);
+  return !shape.parts.empty() && std::all_of(shape.parts.begin(), shape.parts.end(),
+                                             [&](const Part& part) { return PartInside(part, w); });
 }
 
 bool CrossesWindow(AcDbObjectId id, const Window& w) {
-  if (InsideWindow(id, w)) return true;
   const Shape shape = ShapeOf(id);
   return std::any_of(shape.parts.begin(), shape.parts.end(),
                      [&](const Part& part) { return PartCrosses(part, w); });
