@@ -147,6 +147,9 @@ class Mode : public CKWSSGetKeyword {
     calls.push_back(std::wstring(adding ? L"add " : L"remove ") + std::to_wstring(picked.length()) +
                     L" to " + std::to_wstring(ids.length()));
     pickAddSeen = PickAdd();
+    int lit = 0;
+    for (const AcDbObjectId& id : ids) lit += kwhost::EntityRedrawState(id).highlighted ? 1 : 0;
+    highlightedSeen.push_back(lit);
     return pickedCode;
   }
 
@@ -156,6 +159,7 @@ class Mode : public CKWSSGetKeyword {
   int keywordCode = 1;
   int pickedCode = 5;
   int pickAddSeen = -1;
+  std::vector<int> highlightedSeen;  // at each OnPicked: how many listed ids were highlighted
 
  private:
   std::wstring m_keyword, m_prompt;
@@ -204,6 +208,10 @@ TEST_F(KeywordLoop, PicksMergeCountDuplicatesAndShiftRemoves) {
                                                    L"remove 1 to 1"}));
   EXPECT_EQ(pick.pickAddSeen, 0);
   EXPECT_EQ(PickAdd(), 2);
+  // Ids on entry are not highlighted until picked; nothing stays highlighted afterwards.
+  EXPECT_EQ(pick.highlightedSeen, (std::vector<int>{0, 1, 2, 1}));
+  EXPECT_FALSE(kwhost::EntityRedrawState(line1).highlighted);
+  EXPECT_FALSE(kwhost::EntityRedrawState(line2).highlighted);
   // A window of many entities merges them once each, in set order.
   ids.setLogicalLength(0);
   EXPECT_EQ(Run(L"C -1,-1 31,6\n" + h1 + L"\n"), RTNORM);
@@ -249,6 +257,17 @@ TEST_F(KeywordLoop, EnterCancelAndActionCodesEndTheLoopAndRestoreTheHost) {
   EXPECT_EQ(KWRDPub::KWSSGetWithKeyword(none, ids), RTERROR);
   none.append(nullptr);
   EXPECT_EQ(KWRDPub::KWSSGetWithKeyword(none, ids), RTERROR);
+}
+
+TEST_F(KeywordLoop, KeywordActionsKeepTheHighlightInStep) {
+  const std::wstring h1 = HandleOf(line1);
+  lines.toAdd = {poly};
+  EXPECT_EQ(Run(h1 + L"\nlines\n" + h1 + L"\n"), RTNORM);
+  EXPECT_EQ(AsVector(ids), (Ids{line1, poly}));
+  // Picked line1 and added poly are highlighted when Lines sees its pick.
+  EXPECT_EQ(lines.highlightedSeen, std::vector<int>{2});
+  EXPECT_FALSE(kwhost::EntityRedrawState(poly).highlighted);
+  EXPECT_FALSE(kwhost::EntityRedrawState(line1).highlighted);
 }
 
 TEST_F(KeywordLoop, AFilterTheHostRefusesEndsTheLoopWithoutAsking) {
@@ -319,6 +338,8 @@ TEST_F(SelectAll, LaterAnswersAddOrRemoveUntilEnter) {
   EXPECT_EQ(Run(L"^C"), RTCAN);
   EXPECT_EQ(AsVector(ids), (Ids{poly, line2}));
   EXPECT_EQ(PickAdd(), 2);
+  EXPECT_FALSE(kwhost::EntityRedrawState(line1).highlighted);
+  EXPECT_FALSE(kwhost::EntityRedrawState(line2).highlighted);
   ads_name ss;
   kwhost::QueueInput(h1 + L"\n");
   ASSERT_EQ(KWRDPub::KWSSGet_ReturnSelAll(nullptr, nullptr, nullptr, ss), RTNORM);

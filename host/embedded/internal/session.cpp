@@ -9,7 +9,9 @@
 //   3. rx       registry entries others stored (the services' own entries stay pinned);
 //   4. frame    watchers, posted messages, timers, the clock; the main frame is open again;
 //   5. docs     one new "Drawing1.dwg";
-//   6. select   selection sets, the other-input callback, the Shift key.
+//   6. view     model space, the default view, the world UCS, the default screen.
+//   7. redraw   every entity drawn plainly again, no refreshes counted;
+//   8. select   selection sets, the other-input callback, the Shift key.
 // Run-time classes survive every reset: modules cache their class pointers.
 #include <string>
 
@@ -20,8 +22,10 @@
 #include "host/embedded/editor/editor.h"
 #include "host/embedded/frame/frame.h"
 #include "host/embedded/modules/modules.h"
+#include "host/embedded/redraw/redraw.h"
 #include "host/embedded/rx/rx.h"
 #include "host/embedded/select/select.h"
+#include "host/embedded/view/view.h"
 #include "kwhost/embedded.h"
 
 AcRxDictionary* acrxSysRegistry() {
@@ -42,6 +46,8 @@ void ResetSession() {
   rx::Reset();
   frame::Reset();
   docs::Reset();
+  view::Reset();
+  redraw::Reset();
   select::Reset();
 }
 

@@ -60,7 +60,8 @@ int Pick(const wchar_t* prompt, Hit* hit, AcGePoint3d* at) {
     if (a.kind != Answer::kPick && keywords.match(kw::Trim(a.text))) return RTKWORD;
     if (a.kind == Answer::kPick) {
       *at = a.a;
-      return kwhost::select::PickAt(a.a, kwhost::select::PickRadius(), hit) ? RTNORM : RTERROR;
+      const AcGePoint3d world = kwhost::select::ToWorld(a.a);
+      return kwhost::select::PickAt(world, kwhost::select::PickRadius(), hit) ? RTNORM : RTERROR;
     }
     if (a.kind == Answer::kHandles && a.ids.size() == 1) {
       if (!PointOnEntity(a.ids[0], hit)) return RTERROR;

@@ -1,12 +1,11 @@
-// Highlighting of picked entities, through the host's redraw call.
-#include "host/api/dbads.h"
+// Highlighting of picked entities: the redraw service's highlight switch.
+#include "host/embedded/redraw/redraw.h"
 #include "host/embedded/select/select.h"
 
 namespace kwhost::select {
 
 void Highlight(AcDbObjectId id, bool on) {
-  ads_name name;
-  if (acdbGetAdsName(name, id) == Acad::eOk) acedRedraw(name, on ? 3 : 4);
+  redraw::Set(id, redraw::kHighlighted, on);
 }
 
 }  // namespace kwhost::select

@@ -19,7 +19,6 @@
 #include <map>
 #include <memory>
 #include <string>
-#include <unordered_map>
 #include <unordered_set>
 #include <vector>
 
@@ -65,8 +64,6 @@ bool NewSet(const std::vector<AcDbObjectId>& ids, ads_name name);
 
 // Shows an entity as picked (or not) while a selection runs.
 void Highlight(AcDbObjectId id, bool on);
-// Stand-in for the redraw service's state: each entity's last acedRedraw mode.
-std::unordered_map<AcDbObjectId, int>& RedrawModes();
 
 // ---------------------------------------------------------------- geometry (shapes.cpp)
 
@@ -100,6 +97,8 @@ bool PickAt(const AcGePoint3d& p, double radius, Hit* hit);
 bool NearestOn(AcDbObjectId id, const AcGePoint3d& p, Hit* hit);
 // Half the pick box in drawing units: PICKBOX pixels at the current view's scale.
 double PickRadius();
+// A point typed or handed to a selection (UCS) in world coordinates.
+AcGePoint3d ToWorld(const AcGePoint3d& ucs);
 
 // ---------------------------------------------------------------- filters (filter.cpp)
 

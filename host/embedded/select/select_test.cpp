@@ -12,7 +12,6 @@
 #include "host/api/dbpl.h"
 #include "host/api/dbsymtb.h"
 #include "host/api/win.h"
-#include "host/embedded/select/select.h"
 #include "kwhost/embedded.h"
 
 namespace {
@@ -73,8 +72,11 @@ void Watch(const MSG* msg) {
 
 std::vector<std::wstring> g_typed;
 resbuf* g_answer = nullptr;
+AcDbObjectId g_watched;
+bool g_watchedHighlighted = false;
 resbuf* Other(const wchar_t* text) {
   g_typed.push_back(text);
+  g_watchedHighlighted = kwhost::EntityRedrawState(g_watched).highlighted;
   resbuf* rb = g_answer;
   g_answer = nullptr;
   return rb;
@@ -212,7 +214,7 @@ TEST_F(Selection, EnterEndsAndWatchersSeeReturnWhileCancelEndsQuietly) {
   EXPECT_EQ(g_seen, std::vector<UINT>{VK_RETURN});
   EXPECT_EQ(Get(L"5,0\n^C\n", &rc), Ids{});
   EXPECT_EQ(rc, RTCAN);
-  EXPECT_EQ(kwhost::select::RedrawModes()[line1], 4);
+  EXPECT_FALSE(kwhost::EntityRedrawState(line1).highlighted);
   EXPECT_EQ(Get(L"5,0", &rc), Ids{});  // input runs out: a cancel
   EXPECT_EQ(rc, RTCAN);
   EXPECT_EQ(g_seen.size(), 1u);
@@ -241,9 +243,11 @@ TEST_F(Selection, TypedTextReachesTheOtherInputCallback) {
   ads_name e;
   acdbGetAdsName(e, circle);
   g_answer = acutBuildList(RTENAME, e, 0);
+  g_watched = line1;
   EXPECT_EQ(Get(L"5,0\nmore\n", &rc, L":?"), (Ids{line1, circle}));
-  EXPECT_EQ(kwhost::select::RedrawModes()[line1], 4);
-  EXPECT_EQ(kwhost::select::RedrawModes()[circle], 4);
+  EXPECT_TRUE(g_watchedHighlighted);
+  EXPECT_FALSE(kwhost::EntityRedrawState(line1).highlighted);
+  EXPECT_FALSE(kwhost::EntityRedrawState(circle).highlighted);
 }
 
 TEST_F(Selection, FiltersMatchTypesLayersColoursAndLogicalGroups) {
@@ -418,6 +422,20 @@ TEST_F(Selection, BlocksThatDoubleAtEveryLevelStayCheapToPick) {
   const AcDbObjectId top = Append(new AcDbBlockReference({1000, 5800, 0}, ids[0]));
   int rc = 0;
   EXPECT_EQ(Get(L"1000.5,0\nC 999,-1 1002,1\nW 999,-1 1002,1\n", &rc), Ids{top});
+}
+
+TEST_F(Selection, TypedPointsAreInTheUcs) {
+  // x along world y, y along world -x, origin at world (10, 0).
+  ASSERT_TRUE(kwhost::SetUcs({10, 0, 0}, AcGeVector3d::kYAxis, AcGeVector3d(-1, 0, 0)));
+  int rc = 0;
+  EXPECT_EQ(Get(L"0,5\n", &rc), Ids{line1});
+  EXPECT_EQ(Get(L"W -1,-1 1,11\n", &rc), Ids{line1});
+  ads_name e;
+  ads_point p;
+  kwhost::QueueInput(L"0,5");
+  ASSERT_EQ(acedEntSel(nullptr, e, p), RTNORM);
+  EXPECT_EQ(IdOf(e), line1);
+  EXPECT_EQ(p[1], 5);  // the pick point as typed
 }
 
 TEST_F(Selection, GetPointReadsPointsKeywordsAndEnter) {

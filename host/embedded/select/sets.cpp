@@ -28,7 +28,6 @@ State& Select() {
 
 void Reset() {
   Select() = State();
-  RedrawModes().clear();
 }
 
 SelectionSet* FindSet(const ads_name name) {

@@ -12,6 +12,7 @@
 #include "host/embedded/db/geom.h"
 #include "host/embedded/db/kept.h"
 #include "host/embedded/select/select.h"
+#include "host/embedded/view/view.h"
 
 namespace {
 
@@ -444,18 +445,12 @@ bool PickAt(const AcGePoint3d& p, double radius, Hit* hit) {
   return found;
 }
 
+AcGePoint3d ToWorld(const AcGePoint3d& ucs) {
+  return view::UcsToWorld(ucs);
+}
+
 double PickRadius() {
-  auto number = [](const wchar_t* name, double fallback) {
-    resbuf rb{};
-    if (acedGetVar(name, &rb) != RTNORM) return fallback;
-    if (rb.restype == RTREAL) return rb.resval.rreal;
-    if (rb.restype == RTSHORT) return static_cast<double>(rb.resval.rint);
-    if (rb.restype == RTLONG) return static_cast<double>(rb.resval.rlong);
-    if (rb.restype == RTPOINT || rb.restype == RT3DPOINT) return rb.resval.rpoint[1];
-    return fallback;
-  };
-  const double pixels = number(L"SCREENSIZE", 720);
-  return number(L"PICKBOX", 3) * number(L"VIEWSIZE", 100) / (pixels > 0 ? pixels : 720);
+  return view::PixelsToWorld(view::Views().pickBox);
 }
 
 }  // namespace kwhost::select

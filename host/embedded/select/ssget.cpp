@@ -59,8 +59,9 @@ std::vector<AcDbObjectId> Passing(const std::vector<AcDbObjectId>& ids, const Fi
   return out;
 }
 
+// The window between two corners given in the UCS.
 std::vector<AcDbObjectId> InWindow(const AcGePoint3d& a, const AcGePoint3d& b, bool crossing) {
-  const auto w = kwhost::select::Window::Of(a, b);
+  const auto w = kwhost::select::Window::Of(kwhost::select::ToWorld(a), kwhost::select::ToWorld(b));
   std::vector<AcDbObjectId> out;
   for (AcDbObjectId id : kwhost::select::SpaceEntities(false)) {
     if (crossing ? kwhost::select::CrossesWindow(id, w) : kwhost::select::InsideWindow(id, w)) {
@@ -70,9 +71,11 @@ std::vector<AcDbObjectId> InWindow(const AcGePoint3d& a, const AcGePoint3d& b, b
   return out;
 }
 
+// The entity under the pick box at a point given in the UCS.
 std::vector<AcDbObjectId> PickedAt(const AcGePoint3d& p) {
   kwhost::select::Hit hit;
-  if (!kwhost::select::PickAt(p, kwhost::select::PickRadius(), &hit)) return {};
+  const AcGePoint3d world = kwhost::select::ToWorld(p);
+  if (!kwhost::select::PickAt(world, kwhost::select::PickRadius(), &hit)) return {};
   return {hit.top};
 }
 
