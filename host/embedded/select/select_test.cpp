@@ -165,6 +165,15 @@ TEST_F(Selection, WindowTakesWhatLiesWhollyInsideAndCrossingWhatTouches) {
   acedSSFree(ss);
   const double c[3] = {55, 5, 0}, d[3] = {58, 8, 0};
   EXPECT_EQ(acedSSGet(L"C", c, d, nullptr, ss), RTERROR);
+  EXPECT_EQ(acedSSGet(L"C", c, nullptr, nullptr, ss), RTERROR);
+  // A point without a mode picks there.
+  const double near[3] = {5, 0.2, 0};
+  ASSERT_EQ(acedSSGet(nullptr, near, nullptr, nullptr, ss), RTNORM);
+  EXPECT_EQ(Members(ss), Ids{line1});
+  acedSSFree(ss);
+  resbuf* circles = acutBuildList(RTDXF0, L"CIRCLE", 0);
+  EXPECT_EQ(acedSSGet(L"", near, nullptr, circles, ss), RTERROR);
+  acutRelRb(circles);
 }
 
 TEST_F(Selection, HandlesAllAndPicksGatherEachEntityOnce) {
