@@ -7,7 +7,9 @@
 // Invariants:
 //   1. A set's name is {serial, kSetTag}; serials are never reused within a session, so a freed
 //      set's name stays unknown. At most kMaxSets sets live at once.
-//   2. A set holds each entity once: `members` is exactly the ids of `ids`.
+//   2. A set holds each entity once: its index maps every member to its place in the list;
+//      a removed member leaves a null hole there until the list is next read, so removing many
+//      members one by one costs time in proportion to the set, not to its square.
 //   3. `shift` is what the last selection answer said about the Shift key; it changes only when
 //      a selection answer is taken or the session resets.
 //   4. While an interactive selection runs, the entities it has gathered are highlighted; none
@@ -19,7 +21,7 @@
 #include <map>
 #include <memory>
 #include <string>
-#include <unordered_set>
+#include <unordered_map>
 #include <vector>
 
 #include "host/api/aced.h"
@@ -38,12 +40,14 @@ class SelectionSet {
   bool add(AcDbObjectId id);
   // True when the id was in the set.
   bool remove(AcDbObjectId id);
-  bool contains(AcDbObjectId id) const { return m_members.count(id) != 0; }
-  const std::vector<AcDbObjectId>& ids() const { return m_ids; }
+  bool contains(AcDbObjectId id) const { return m_index.count(id) != 0; }
+  // The members in order (closes the holes removals left).
+  const std::vector<AcDbObjectId>& ids() const;
 
  private:
-  std::vector<AcDbObjectId> m_ids;
-  std::unordered_set<AcDbObjectId> m_members;
+  mutable std::vector<AcDbObjectId> m_ids;
+  mutable std::unordered_map<AcDbObjectId, size_t> m_index;
+  mutable size_t m_holes = 0;
 };
 
 struct State {

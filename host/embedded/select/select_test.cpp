@@ -316,6 +316,14 @@ TEST_F(Selection, SetsAddDeleteAndRefuseUnknownNames) {
   EXPECT_EQ(Members(ss), (Ids{circle, line1}));
   EXPECT_EQ(acedSSDel(e2, ss), RTNORM);
   EXPECT_EQ(acedSSDel(e2, ss), RTERROR);
+  EXPECT_EQ(Members(ss), Ids{line1});
+  ads_name e3;
+  acdbGetAdsName(e3, poly);
+  EXPECT_EQ(acedSSAdd(e3, ss, nullptr), RTNORM);
+  EXPECT_EQ(acedSSAdd(e2, ss, nullptr), RTNORM);
+  EXPECT_EQ(acedSSDel(e3, ss), RTNORM);
+  EXPECT_EQ(Members(ss), (Ids{line1, circle}));
+  EXPECT_EQ(acedSSDel(e2, ss), RTNORM);
   ads_name out;
   EXPECT_EQ(acedSSName(ss, 1, out), RTERROR);
   EXPECT_EQ(acedSSName(ss, -1, out), RTERROR);

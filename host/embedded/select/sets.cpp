@@ -1,7 +1,5 @@
 // Selection sets and the calls that name them (acedSSFree, acedSSLength, acedSSName, acedSSAdd,
 // acedSSDel), the other-input callback's slot and the Shift key.
-#include <algorithm>
-
 #include "host/api/dbads.h"
 #include "host/api/win.h"
 #include "host/embedded/db/kept.h"
@@ -10,15 +8,31 @@
 namespace kwhost::select {
 
 bool SelectionSet::add(AcDbObjectId id) {
-  if (!m_members.insert(id).second) return false;
+  if (!m_index.emplace(id, m_ids.size()).second) return false;
   m_ids.push_back(id);
   return true;
 }
 
 bool SelectionSet::remove(AcDbObjectId id) {
-  if (m_members.erase(id) == 0) return false;
-  m_ids.erase(std::find(m_ids.begin(), m_ids.end(), id));
+  const auto it = m_index.find(id);
+  if (it == m_index.end()) return false;
+  m_ids[it->second] = AcDbObjectId();
+  m_index.erase(it);
+  ++m_holes;
   return true;
+}
+
+const std::vector<AcDbObjectId>& SelectionSet::ids() const {
+  if (m_holes == 0) return m_ids;
+  size_t kept = 0;
+  for (const AcDbObjectId& id : m_ids) {
+    if (id.isNull()) continue;
+    m_index[id] = kept;
+    m_ids[kept++] = id;
+  }
+  m_ids.resize(kept);
+  m_holes = 0;
+  return m_ids;
 }
 
 State& Select() {
