@@ -127,7 +127,7 @@ TEST_F(Rdpub, UnknownCommandHelpAndMessageBoxAnswers) {
             "\n  R / A          之后的选择移除 / 添加"
             "\n  -...           以上各项前加 \"-\": 按住 Shift (移除)"
             "\n  其它文字       交给命令 (关键字)"
-            "\n  空行           回车, 结束选择"
+            "\n  空行 / 只有空格 回车 / 空格键, 结束选择"
             "\n  ^C             取消"
             "\n已注册命令:"
             "\n  ProbeAsk\n  ProbeBox\n  ProbeInt"

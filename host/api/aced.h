@@ -122,7 +122,7 @@ int acedTrans(const ads_point pt, const resbuf* from, const resbuf* to, int disp
 // "C x1,y1 x2,y2", "ALL", a pick point "x,y", "R" / "A" to remove / add, each optionally after a
 // leading "-" (the Shift key held: the answer removes; GetKeyState(VK_SHIFT) reports it until
 // the next selection answer), typed text, Enter (shown to the window-message watchers as
-// WM_KEYDOWN VK_RETURN before the selection ends) and "^C".
+// WM_KEYDOWN VK_RETURN before the selection ends; a line of blanks is Space, VK_SPACE) and "^C".
 // Results: RTNORM with a new set in `ss` when anything was selected; RTERROR when nothing was
 // (ss untouched), for a bad filter or mode, or null ss; RTCAN for "^C" or the end of input;
 // RTKWORD when the other-input callback ended the selection.

@@ -1,5 +1,6 @@
 // The grammar of a selection prompt's answer line (host/embedded/README.md has it for users):
-//   [-] ( "" | "^C" | "ALL" | "W x1,y1 x2,y2" | "C x1,y1 x2,y2" | "x,y[,z]" | handle... | "A" |
+//   [-] ( "" | blanks | "^C" | "ALL" | "W x1,y1 x2,y2" | "C x1,y1 x2,y2" | "x,y[,z]" | handle... |
+//   "A" |
 //         "R" | other text )
 // A leading "-" means the Shift key is held; blanks after it are skipped. Letters ignore case.
 #include <cerrno>
@@ -87,8 +88,9 @@ Answer Parse(const std::wstring& line) {
   }
   answer.text = text;
   const std::wstring upper = kw::ToUpper(kw::Trim(text));
-  if (text.empty()) {
+  if (kw::Trim(text).empty()) {
     answer.kind = Answer::kEnter;
+    answer.space = !text.empty();
   } else if (upper == L"^C") {
     answer.kind = Answer::kCancel;
   } else if (upper == L"ALL") {
@@ -132,8 +134,8 @@ Answer TakeAnswer(const wchar_t* prompt) {
   return answer;
 }
 
-void ShowEnter() {
-  PostMainFrameMessage(WM_KEYDOWN, VK_RETURN, 0);
+void ShowEnter(const Answer& answer) {
+  PostMainFrameMessage(WM_KEYDOWN, answer.space ? VK_SPACE : VK_RETURN, 0);
   PumpMessages();
 }
 

@@ -129,6 +129,7 @@ struct Answer {
   enum Kind { kEnter, kCancel, kAll, kWindow, kCrossing, kPick, kHandles, kAdd, kRemove, kText };
   Kind kind = kText;
   bool shift = false;
+  bool space = false;             // kEnter given as blanks: the Space key
   AcGePoint3d a, b;               // window corners, or the pick point in `a`
   std::vector<AcDbObjectId> ids;  // kHandles
   std::wstring text;              // the line without its Shift mark
@@ -137,8 +138,9 @@ struct Answer {
 Answer TakeAnswer(const wchar_t* prompt);
 // Parses "x,y" or "x,y,z"; false for anything else.
 bool ParsePoint(const std::wstring& text, AcGePoint3d* p);
-// Shows Enter to the window-message watchers (WM_KEYDOWN VK_RETURN).
-void ShowEnter();
+// Shows the key that ended a selection to the window-message watchers: WM_KEYDOWN with
+// VK_RETURN, or VK_SPACE for an answer of blanks.
+void ShowEnter(const Answer& answer);
 
 }  // namespace kwhost::select
 

@@ -158,7 +158,7 @@ int Interactive(const Mode& m, const void* pt1, const Filter& filter,
     const Answer a = kwhost::select::TakeAnswer(prompts[removing ? 1 : 0]);
     if (a.kind == Answer::kCancel) return RTCAN;
     if (a.kind == Answer::kEnter) {
-      kwhost::select::ShowEnter();
+      kwhost::select::ShowEnter(a);
       *ids = gathered.ids();
       return ids->empty() ? RTERROR : RTNORM;
     }
