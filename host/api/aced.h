@@ -102,6 +102,79 @@ Acad::ErrorStatus acedSetCurrentView(AcDbViewTableRecord* view, AcDbViewport* vi
 // for null arguments, another code (3, paper-space DCS, included), a zero extrusion or an
 // entity name that names no live entity.
 int acedTrans(const ads_point pt, const resbuf* from, const resbuf* to, int disp, ads_point result);
+
+// ---------------------------------------------------------------- selection
+// Selection sets are named by an ads_name of their own (never an entity's); a set lives until
+// acedSSFree or the end of the session. At most 128 sets exist at once: acedSSGet and
+// acedSSAdd give RTERROR beyond that. Entities are the live entities of the current drawing's
+// layouts; a set keeps the order in which its entities were selected, each once.
+//
+// acedSSGet(mode, pt1, pt2, filter, ss), mode letters ignoring case:
+//   "X"          every entity of the drawing that passes the filter (pt1, pt2 unused);
+//   "W" / "C"    the entities inside the window / inside or crossing it, pt1 and pt2 being
+//                opposite corners (const double[3], world coordinates);
+//   null or ""   with pt1: the entity under the pick box at pt1; without: ask the user;
+//   ":$"         pt1 is a `const wchar_t* const[2]`: the prompts for adding and for removing;
+//   ":S"         one answer only: the selection ends after the first answer that selects;
+//   ":?"         text that is no selection goes to the other-input callback (below).
+// Asking the user prints "\n选择对象: " (or the ":$" prompt) and reads one line per answer
+// (the grammar is in host/embedded/README.md): entity handles, "W x1,y1 x2,y2",
+// "C x1,y1 x2,y2", "ALL", a pick point "x,y", "R" / "A" to remove / add, each optionally after a
+// leading "-" (the Shift key held: the answer removes; GetKeyState(VK_SHIFT) reports it until
+// the next selection answer), typed text, Enter (shown to the window-message watchers as
+// WM_KEYDOWN VK_RETURN before the selection ends; a line of blanks is Space, VK_SPACE) and "^C".
+// Results: RTNORM with a new set in `ss` when anything was selected; RTERROR when nothing was
+// (ss untouched), for a bad filter or mode, or null ss; RTCAN for "^C" or the end of input;
+// RTKWORD when the other-input callback ended the selection.
+//
+// Filters are DXF lists (acutBuildList): each group must match the entity's group of that code
+// (strings by acutWcMatch ignoring case, so "LINE,ARC" and "*POLYLINE" work; a missing colour
+// 62 reads 256 (ByLayer) and a missing linetype 6 "BYLAYER"); groups are ANDed. -4 groups:
+// "<AND" ... "AND>", "<OR" ... "OR>", "<XOR" two "XOR>", "<NOT" one "NOT>", and the relational
+// tests "=", "!=", "/=", "<>", "<", "<=", ">", ">=", "*" applied to the next group (for points,
+// one test per coordinate separated by ",", like ">,>,*"). An unbalanced or unknown -4 group
+// makes the filter bad.
+int acedSSGet(const wchar_t* str, const void* pt1, const void* pt2, const resbuf* filter,
+              ads_name ss);
+// RTNORM; RTERROR for a name that is no live set.
+int acedSSFree(const ads_name sname);
+int acedSSLength(const ads_name sname, Adesk::Int32* len);
+// The i-th entity of the set: RTNORM; RTERROR out of range or for an unknown set.
+int acedSSName(const ads_name ss, Adesk::Int32 i, ads_name entres);
+// With a null sname: a new set holding ename (or empty when ename is null too) in `result`.
+// Otherwise adds ename to the set (once) and copies the set's name to `result` (may be null).
+// RTERROR for an unknown set or an ename that is no live entity.
+int acedSSAdd(const ads_name ename, const ads_name sname, ads_name result);
+// Removes ename from the set: RTNORM; RTERROR when it is not in it or the set is unknown.
+int acedSSDel(const ads_name ename, const ads_name ss);
+// The function that receives text typed at a ":?" selection prompt. It returns a list owned by
+// acedSSGet afterwards: null or a string (printed) keeps asking; an entity (RTENAME) or a set
+// (RTPICKS) is selected like a pick; anything else ends the selection with RTKWORD.
+typedef resbuf* (*AcedSSOtherCallback)(const wchar_t* text);
+int acedSSSetOtherCallbackPtr(AcedSSOtherCallback fn);
+int acedSSGetOtherCallbackPtr(AcedSSOtherCallback* fn);
+
+// One pick: prints the prompt ("\n选择对象: " when null) and reads a handle or a point "x,y".
+// RTNORM with the top-level entity and the pick point (for a handle: a point on the entity);
+// RTERROR for Enter or a pick that finds nothing; RTCAN for "^C"; RTKWORD for an answer that
+// matches a keyword of acedInitGet (acedGetInput gives it).
+int acedEntSel(const wchar_t* str, ads_name entres, ads_point ptres);
+// A 4x4 transformation: p' = M p, the translation in the last column.
+using ads_matrix = ads_real[4][4];
+// A pick that reaches into block references: `entres` is the innermost entity under the pick
+// box, `xformres` maps that entity's coordinates to the world, `*refstkres` (when not null)
+// lists the containing block references innermost first as RTENAME groups (freed by the
+// caller; null for a top-level entity) and `*gsmarker` the graphics marker of the part picked:
+// for a polyline the segment (1 for the segment from vertex 0), 1 for other entities. pickflag
+// and uTransSpaceFlag are accepted. Results as acedEntSel.
+int acedNEntSelPEx(const wchar_t* str, ads_name entres, ads_point ptres, int pickflag,
+                   ads_matrix xformres, resbuf** refstkres, unsigned int uTransSpaceFlag,
+                   Adesk::GsMarker* gsmarker);
+// A point "x,y" or "x,y,z" (pt, the base point, may be null). RTNORM; RTNONE for Enter;
+// RTCAN; RTKWORD for a keyword of acedInitGet; anything else prints "\n需要点或选项关键字。"
+// and asks again.
+int acedGetPoint(const ads_point pt, const wchar_t* prompt, ads_point result);
+
 // Redraws the whole view (ent null: the REDRAW command, whatever the mode) or changes how one
 // entity is shown: mode 1 shows it, 2 hides it (blanks it out), 3 highlights it, 4 takes the
 // highlight off; showing and highlighting are independent, and a whole-view redraw leaves

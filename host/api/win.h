@@ -123,4 +123,14 @@ void OutputDebugStringW(const wchar_t* text);
 
 DWORD GetCurrentProcessId();
 
+// ---------------------------------------------------------------- keys and input messages
+inline constexpr UINT WM_KEYDOWN = 0x0100;
+inline constexpr UINT WM_RBUTTONDOWN = 0x0204;
+inline constexpr int VK_RETURN = 0x0D;
+inline constexpr int VK_SHIFT = 0x10;
+inline constexpr int VK_SPACE = 0x20;
+// Negative while the key is down. On the host's command line only Shift is ever down: from a
+// selection answer written with a leading "-" until the next selection answer.
+short GetKeyState(int nVirtKey);
+
 #endif  // KW_HOST_API_WIN_H_

@@ -42,5 +42,9 @@
 #include "editor/CadView.h"
 // ---------------------------------------------------------------- flashing highlight (editor/)
 #include "editor/Twinkle.h"
+// ---------------------------------------------------------------- selection (editor/)
+#include "editor/CFilterByClass.h"
+#include "editor/KWSSGet.h"
+#include "editor/KWSubentSel.h"
 
 #endif  // KWRDPUB_KWRDPUB_H_

@@ -30,6 +30,7 @@
 #include "common/text.h"
 #include "host/api/editor.h"
 #include "kwhost/embedded.h"
+#include "tools/rdpub/selection_help.h"
 
 namespace {
 
@@ -199,6 +200,7 @@ void PrintHelp() {
   text +=
       L"\n  ZOOM 角点 角点 | nX | E(范围) | W(窗口) 角点 角点 | C(中心) 点 高度或nX | S(比例) nX"
       L" | P(上一个)\n  PAN 位移 | 基点 第二点   (点: x,y[,z]，当前 UCS)";
+  text += SelectionHelp();
   text += L"\n已注册命令:";
   for (const std::wstring& name : kwhost::CommandNames()) text += L"\n  " + name;
   acutPrintf(L"%s", text.c_str());

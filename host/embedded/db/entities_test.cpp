@@ -337,6 +337,7 @@ TEST_F(Entities, ListsFreeTheirStringsByGroupCode) {
   EXPECT_EQ(acdbDxfValueKind(310), AcDbDxfValueKind::kBinary);
   EXPECT_EQ(acdbDxfValueKind(1071), AcDbDxfValueKind::kLong);
   EXPECT_EQ(acdbDxfValueKind(-3), AcDbDxfValueKind::kNone);
+  EXPECT_EQ(acdbDxfValueKind(-4), AcDbDxfValueKind::kString);
   EXPECT_EQ(acdbDxfValueKind(20), AcDbDxfValueKind::kInvalid);  // y of a point: not a group
   AcDbIdMapping map;
   AcDbObjectId a = db->layerTableId(), b = db->blockTableId(), got;

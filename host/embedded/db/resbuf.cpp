@@ -15,7 +15,9 @@ AcDbDxfValueKind acdbDxfValueKind(int code) {
     int from, to;
     K kind;
   };
-  static constexpr Range kRanges[] = {{-5, -4, K::kNone},
+  // -4 carries the selection filters' operators ("<OR", ">=", ...).
+  static constexpr Range kRanges[] = {{-5, -5, K::kNone},
+                                      {-4, -4, K::kString},
                                       {-3, -3, K::kNone},
                                       {-2, -1, K::kName},
                                       {0, 9, K::kString},

@@ -207,6 +207,11 @@ int GetNumber(const wchar_t* prompt, const wchar_t* badText, Parse parse, double
 
 }  // namespace
 
+bool kwhost::editor::TakeLine(const wchar_t* prompt, std::wstring* line) {
+  PrintPrompt(prompt);
+  return TakeAnswer(Take::kLine, line);
+}
+
 int acutPrintf(const wchar_t* format, ...) {
   if (!format) return RTERROR;
   va_list args;

@@ -118,6 +118,9 @@ void Print(std::wstring_view text);
 bool PeekLine(std::wstring_view* rest);
 // Drops the rest of the next queued line (the one PeekLine showed).
 void DropLine();
+// Prints `prompt` (when not null) and takes the rest of the next input line whole, as
+// acedGetString(1, ...) does but without its length limit. False at the end of input.
+bool TakeLine(const wchar_t* prompt, std::wstring* line);
 // The keyword of `keywords` that `answer` names (whole, by its capital letters, or by a
 // prefix at least that long; ignoring case), or its global name when `globals` has one at
 // that position; "" when none.

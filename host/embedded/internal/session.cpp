@@ -10,7 +10,8 @@
 //   4. frame    watchers, posted messages, timers, the clock; the main frame is open again;
 //   5. docs     one new "Drawing1.dwg";
 //   6. view     model space, the default view, the world UCS, the default screen.
-//   7. redraw   every entity drawn plainly again, no refreshes counted.
+//   7. redraw   every entity drawn plainly again, no refreshes counted;
+//   8. select   selection sets, the other-input callback, the Shift key.
 // Run-time classes survive every reset: modules cache their class pointers.
 #include <string>
 
@@ -23,6 +24,7 @@
 #include "host/embedded/modules/modules.h"
 #include "host/embedded/redraw/redraw.h"
 #include "host/embedded/rx/rx.h"
+#include "host/embedded/select/select.h"
 #include "host/embedded/view/view.h"
 #include "kwhost/embedded.h"
 
@@ -46,6 +48,7 @@ void ResetSession() {
   docs::Reset();
   view::Reset();
   redraw::Reset();
+  select::Reset();
 }
 
 void OpenDocument(const std::wstring& fileName) {
