@@ -7,6 +7,9 @@
 // printf with the platform's wide rules (common/format.h) onto the command line. RTNORM.
 int acutPrintf(const wchar_t* format, ...);
 
+// The distance between two points in space.
+ads_real acutDistance(const ads_point pt1, const ads_point pt2);
+
 // A zeroed resbuf of that type, or null when out of memory.
 resbuf* acutNewRb(int type);
 // Frees the whole chain: each resbuf with the string or binary chunk its type holds (RTSTR
