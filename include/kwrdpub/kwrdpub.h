@@ -38,4 +38,8 @@
 #include "persist/XMLPrivateProfile.h"
 #include "persist/XTPPropExchange.h"
 
+// ---------------------------------------------------------------- entity creation (editor/)
+#include "editor/EntityCreation.h"
+#include "msg/MessageReport.h"
+
 #endif  // KWRDPUB_KWRDPUB_H_
