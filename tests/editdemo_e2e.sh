@@ -1,9 +1,9 @@
 #!/usr/bin/env bash
 # The editor example module in a scripted rdpub session: a block is inserted from a drawing
 # that ezdxf (Debian's python3-ezdxf, an independent DXF reader) wrote, defined once more under
-# another name, cloned, a polyline is drawn and closed, and the drawing is saved; ezdxf audits
-# the saved drawing and finds exactly the expected entities and blocks. Skipped (77) when ezdxf,
-# rdpub or the module is missing.
+# another name, cloned, a polyline is drawn and closed in a linetype the drawing loads on the
+# way, and the drawing is saved; ezdxf audits the saved drawing and finds exactly the expected
+# entities and blocks. Skipped (77) when ezdxf, rdpub or the module is missing.
 set -euo pipefail
 python=/usr/bin/python3
 [ -n "${KW_RDPUB:-}" ] && [ -x "$KW_RDPUB" ] || { echo "rdpub not built"; exit 77; }
@@ -36,7 +36,7 @@ session=(
   EDITDEFINE "$work/manhole.v1.dxf" "Cover"
   EDITCLONE manhole "manhole red" B
   EDITCLONE nosuch other K
-  EDITPLINE "0,0" "30,0" "30,30" "" Y "" 0.5 1
+  EDITPLINE "0,0" "30,0" "30,30" "" Y DASHED 0.5 1
   EDITINSERT "$work/missing.dxf" "" "" ""
   "SAVEAS $work/out.dxf"
   QUIT
@@ -85,6 +85,8 @@ if points != [(0, 0), (30, 0), (30, 30), (0, 0)] or pline.closed:
     fail(f"polyline {points} closed={pline.closed}")
 if pline.dxf.color != 1 or pline.dxf.get("const_width") != 0.5:
     fail(f"polyline colour {pline.dxf.color} width {pline.dxf.get('const_width')}")
+if pline.dxf.linetype != "DASHED" or "DASHED" not in doc.linetypes:
+    fail(f"polyline linetype {pline.dxf.linetype}")
 
 
 def contents(name):
