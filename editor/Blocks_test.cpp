@@ -220,7 +220,7 @@ TEST_F(BlocksTest, InsertBlockRecordShowsEachFailure) {
   EXPECT_FALSE(KWRDPub::InsertBlockRecord(Path(L"well.dxf").c_str(), id, L"a<b", nullptr));
   const std::wstring why = std::to_wstring(Acad::eInvalidInput);
   EXPECT_EQ(kwhost::TakeOutput(), L"\n插入块表记录失败，失败原因：" + why +
-                                     L"\n[凯维提示] 插入块表记录失败，失败原因：" + why);
+                                      L"\n[凯维提示] 插入块表记录失败，失败原因：" + why);
   EXPECT_EQ(kwhost::TakeMessageBoxes(),
             std::vector<std::wstring>{L"[凯维提示] 插入块表记录失败，失败原因：" + why});
   EXPECT_EQ(acDocManager->curDocument()->lockCount(), 0);
