@@ -30,6 +30,7 @@
 #include "common/text.h"
 #include "host/api/editor.h"
 #include "kwhost/embedded.h"
+#include "tools/rdpub/wait.h"
 
 namespace {
 
@@ -194,7 +195,7 @@ bool ReadTerminalLine(std::wstring* line) {
 }
 
 void PrintHelp() {
-  std::wstring text = L"\n内置命令: APPLOAD HELP LIST NEW OPEN QUIT SAVE SAVEAS";
+  std::wstring text = L"\n内置命令: APPLOAD HELP LIST NEW OPEN QUIT SAVE SAVEAS WAIT";
   for (const std::wstring& name : kwhost::HostCommandNames()) text += L" " + name;
   text += L"\n已注册命令:";
   for (const std::wstring& name : kwhost::CommandNames()) text += L"\n  " + name;
@@ -281,6 +282,8 @@ bool BuiltIn(const std::wstring& name) {
     SaveAs();
   } else if (name == L"LIST") {
     List();
+  } else if (name == L"WAIT") {
+    rdpub::Wait();
   } else {
     return false;
   }
