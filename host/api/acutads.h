@@ -7,9 +7,6 @@
 // printf with the platform's wide rules (common/format.h) onto the command line. RTNORM.
 int acutPrintf(const wchar_t* format, ...);
 
-// The distance between two points in space.
-ads_real acutDistance(const ads_point pt1, const ads_point pt2);
-
 // A zeroed resbuf of that type, or null when out of memory.
 resbuf* acutNewRb(int type);
 // Frees the whole chain: each resbuf with the string or binary chunk its type holds (RTSTR
@@ -28,5 +25,13 @@ int acutWcMatch(const wchar_t* string, const wchar_t* pattern);
 // const int64_t*. RTDXF0 stands for group 0. Null for a type with no meaning or a binary group
 // (nothing leaks).
 resbuf* acutBuildList(int type, ...);
+
+// Point geometry of the command line (ads_point: x, y, z). acutPolar: the point `dist` from
+// `pt` at `angle` (radians, counter-clockwise from x) in the XY plane, z kept. acutDistance:
+// the 3D distance. acutAngle: the angle of the line from pt1 to pt2 projected on the XY plane,
+// in [0, 2 pi); 0 for two points with the same x and y.
+void acutPolar(const ads_point pt, ads_real angle, ads_real dist, ads_point result);
+ads_real acutDistance(const ads_point pt1, const ads_point pt2);
+ads_real acutAngle(const ads_point pt1, const ads_point pt2);
 
 #endif  // KW_HOST_API_ACUTADS_H_
