@@ -2,7 +2,7 @@
 # The editor example module in a scripted rdpub session: a block is inserted from a drawing
 # that ezdxf (Debian's python3-ezdxf, an independent DXF reader) wrote, defined once more under
 # another name, cloned, a polyline is drawn and closed in a linetype the drawing loads on the
-# way, and the drawing is saved; ezdxf audits the saved drawing and finds exactly the expected
+# way, the view is widened to two points, and the drawing is saved; ezdxf audits the saved drawing and finds exactly the expected
 # entities and blocks. Skipped (77) when ezdxf, rdpub or the module is missing.
 set -euo pipefail
 python=/usr/bin/python3
@@ -38,6 +38,8 @@ session=(
   EDITCLONE nosuch other K
   EDITPLINE "0,0" "30,0" "30,30" "" Y DASHED 0.5 1
   EDITINSERT "$work/missing.dxf" "" "" ""
+  EDITZOOM "1,1" "2,2"
+  EDITZOOM "0,0" "5000,100"
   "SAVEAS $work/out.dxf"
   QUIT
 )
@@ -48,6 +50,9 @@ for expected in "已插入块参照" "块定义" "已将块 manhole 复制为 ma
   grep -qF "$expected" <<<"$log" || fail "'$expected' missing from: $log"
 done
 [[ $(grep -o "已插入块参照" <<<"$log" | wc -l) == 2 ]] || fail "two references expected: $log"
+# The first zoom's points are in the start view; the second widens it to 10 beyond the far point.
+grep -qF "两点都在视图中: (-88.8889,-50) - (88.8889,50)" <<<"$log" || fail "first zoom: $log"
+grep -qE "视图已调整: \(-98\.8889,[-0-9.]+\) - \(5010," <<<"$log" || fail "second zoom: $log"
 
 "$python" - "$work/out.dxf" <<'PY'
 import math

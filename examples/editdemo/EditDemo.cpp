@@ -7,7 +7,8 @@
 //        EDITDEFINE  defines a block from a drawing file without a reference
 //                    (KWRDPub::InsertBlockRecord);
 //        EDITCLONE   copies a block definition under a new name (CloneBlock);
-//        EDITPLINE   draws a polyline through typed points (CreatePline).
+//        EDITPLINE   draws a polyline through typed points (CreatePline);
+//        EDITZOOM    makes two points visible (CadView::acs_zm2pt).
 //   2. Each command asks on the command line, calls the service and prints its result: the
 //      handle of what was made, or the service's code when it failed.
 //   3. At unload (kUnloadAppMsg) it removes its command group: the library outlives the
@@ -28,6 +29,7 @@ AcRx::AppRetCode Load(void* appId) {
   acedRegCmds()->addCommand(kGroup, L"EDITDEFINE", L"EDITDEFINE", 0, &editdemo::DefineCommand);
   acedRegCmds()->addCommand(kGroup, L"EDITCLONE", L"EDITCLONE", 0, &editdemo::CloneCommand);
   acedRegCmds()->addCommand(kGroup, L"EDITPLINE", L"EDITPLINE", 0, &editdemo::PlineCommand);
+  acedRegCmds()->addCommand(kGroup, L"EDITZOOM", L"EDITZOOM", 0, &editdemo::ZoomCommand);
   return AcRx::kRetOK;
 }
 

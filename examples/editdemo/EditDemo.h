@@ -20,11 +20,12 @@ bool GetIntOr(const wchar_t* prompt, int fallback, int* value);
 // The object's handle in hexadecimal, as LIST shows it.
 std::wstring HandleText(AcDbObjectId id);
 
-// The commands (Create.cpp, Interact.cpp).
+// The commands (Create.cpp, View.cpp).
 void InsertCommand();
 void DefineCommand();
 void CloneCommand();
 void PlineCommand();
+void ZoomCommand();
 
 }  // namespace editdemo
 
