@@ -46,5 +46,8 @@
 #include "editor/CFilterByClass.h"
 #include "editor/KWSSGet.h"
 #include "editor/KWSubentSel.h"
+// ---------------------------------------------------------------- entity creation (editor/)
+#include "editor/EntityCreation.h"
+#include "msg/MessageReport.h"
 
 #endif  // KWRDPUB_KWRDPUB_H_
