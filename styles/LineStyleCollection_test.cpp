@@ -297,6 +297,22 @@ TEST_F(LineStyles, NumbersThatAreNotFiniteAreRefused) {
   EXPECT_TRUE(LinetypeId(L"HUGE").isNull());
 }
 
+TEST_F(LineStyles, AbsurdDashCountsFromTheFileAreRefusedClearly) {
+  WriteCollection(
+      "<LineType Style=\"KW_2P31\" NumDashes=\"2147483648\" DashLen=\"1,-1\"/>"
+      "<LineType Style=\"KW_NEG\" NumDashes=\"-2147483649\"/>");
+  AcDbObjectId id;
+  kwhost::TakeOutput();
+  EXPECT_EQ(Lines()->RestoreLinetype(L"KW_2P31", id), 0);
+  EXPECT_EQ(
+      kwhost::TakeOutput(),
+      L"\nDashlen size (2) less than 2147483647.\n创建或恢复线形 KW_2P31 失败(无效的线形定义).");
+  EXPECT_EQ(Lines()->RestoreLinetype(L"KW_NEG", id), 0);
+  EXPECT_EQ(
+      kwhost::TakeOutput(),
+      L"\nDashlen size (0) less than -2147483648.\n创建或恢复线形 KW_NEG 失败(无效的线形定义).");
+}
+
 TEST_F(LineStyles, DashCountTheDrawingCannotHoldIsRefused) {
   const CLineStyle s = Plain(L"MANY", 20000);
   ASSERT_EQ(s.IsOK(), 1);

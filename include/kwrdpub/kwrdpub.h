@@ -38,4 +38,8 @@
 #include "persist/XMLPrivateProfile.h"
 #include "persist/XTPPropExchange.h"
 
+// ---------------------------------------------------------------- line styles (styles/)
+#include "styles/LineStyle.h"
+#include "styles/LineStyleCollection.h"
+
 #endif  // KWRDPUB_KWRDPUB_H_
