@@ -111,6 +111,18 @@ TEST_F(LineStyleCommands, RestorePutsTheCollectionIntoANewDrawing) {
   EXPECT_TRUE(DrawingHas(L"DASHED"));
 }
 
+TEST_F(LineStyleCommands, ProjectCommandSwitchesTheCollection) {
+  fs::create_directories(m_project / "p2" / "Styles");
+  std::ofstream(m_project / "p2" / "Styles" / "LineTypes.xml")
+      << "<LineTypeInfo><LineTypes><LineType Style=\"kw_p2\"/></LineTypes></LineTypeInfo>";
+  EXPECT_EQ(Run(L"KWPROJECT", Path("p2")), L"\n项目文件夹 <" + kw::WidePath(m_project.string()) +
+                                               L">: \n线型库: " + Path("p2") +
+                                               L"/Styles/LineTypes.xml");
+  EXPECT_NE(CLineStyleCollection::GetInstance()->GetLineStyle(L"KW_P2"), nullptr);
+  Run(L"KWPROJECT", L"");
+  EXPECT_EQ(KWRDPub::GetCurPrjPath(), Path("p2"));
+}
+
 TEST_F(LineStyleCommands, CancelledOrEmptyAnswersChangeNothing) {
   EXPECT_EQ(Run(L"LTEXPORT", L"^C"), L"\n导出线型的文件: ");
   Run(L"LTIMPORT", Path("x.xml") + L"\n");
