@@ -136,7 +136,8 @@ bool CLineStyleCollection::Load(const wchar_t* path) {
 }
 
 bool CLineStyleCollection::Save() {
-  if (!kw::CreateDirectories(kw::ParentOf(m_strFile))) return false;
+  const std::wstring folder = kw::ParentOf(m_strFile);
+  if (!folder.empty() && !kw::CreateDirectories(folder)) return false;
   CXTPPropExchangeXMLNode root(false, kRoot);
   if (kw::FileExists(m_strFile) && !root.LoadFromFile(m_strFile.c_str())) return false;
   std::unique_ptr<CXTPPropExchangeXMLNode> section = root.GetSection(kSection);

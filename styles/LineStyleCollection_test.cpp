@@ -249,6 +249,11 @@ TEST_F(LineStyles, ExportWritesOnlyKnownNamesIntoTheOtherFile) {
   EXPECT_EQ(bytes.find("Style=\"A\""), std::string::npos);
   EXPECT_EQ(Names(), (std::vector<std::wstring>{L"A", L"B"}));
   EXPECT_TRUE(Lines()->ExportLineType({}, L"/nonexistent/x.xml"));
+  const fs::path cwd = fs::current_path();
+  fs::current_path(m_project);
+  EXPECT_TRUE(Lines()->ExportLineType({L"A"}, L"here.xml"));
+  fs::current_path(cwd);
+  EXPECT_TRUE(fs::exists(m_project / "here.xml"));
 }
 
 TEST_F(LineStyles, AppendedDefinitionsSurviveSaveAndLoad) {
