@@ -1,6 +1,5 @@
 #include "styles/LineStyle.h"
 
-#include "common/format.h"
 #include "common/text.h"
 #include "host/api/acutads.h"
 #include "host/api/dbmain.h"
@@ -171,7 +170,7 @@ std::wstring CLineStyle::GetIntStr(const std::vector<int>& values) {
   std::wstring text;
   for (size_t i = 0; i < values.size(); ++i) {
     if (i > 0) text += kListSeparator;
-    text += kw::FormatW(L"%d", values[i]);
+    text += std::to_wstring(values[i]);
   }
   return text;
 }

@@ -207,10 +207,11 @@ bool CLineStyleCollection::ExportLineType(const std::vector<std::wstring>& names
 
 int CLineStyleCollection::RestoreLinetype(const wchar_t* name, AcDbObjectId& id) {
   if (const CLineStyle* style = GetLineStyle(name)) return RestoreLinetype(*style, id);
-  return kw::styles::ProcessLinFiles().Restore(kw::View(name), nullptr, id);
+  return kw::styles::ProcessLinFiles().Restore(std::wstring(kw::View(name)), nullptr, id);
 }
 
 void CLineStyleCollection::RestoreLinetype() {
+  kw::styles::StandardLinFiles::Batch batch(kw::styles::ProcessLinFiles());
   m_map.ForEach([](const std::wstring&, const CLineStyle& style) {
     AcDbObjectId scratch;
     RestoreLinetype(style, scratch);

@@ -503,9 +503,12 @@ TEST_F(LineStyles, ByNameRestoresTheDefinitionOrElseTheStandardFiles) {
 TEST_F(LineStyles, RestoreAllCreatesEveryDefinition) {
   WriteCollection(
       "<LineType Style=\"KW_A\" NumDashes=\"0\"/><LineType Style=\"KW_B\" NumDashes=\"0\"/>"
-      "<LineType Style=\"KW_BAD\" NumDashes=\"1\"/>");
+      "<LineType Style=\"KW_BAD\" NumDashes=\"1\"/><LineType Style=\"hidden2\" NumDashes=\"0\"/>");
   kwhost::TakeOutput();
   Lines()->RestoreLinetype();
+  WithLinetype(L"HIDDEN2", [](const AcDbLinetypeTableRecord& r) {
+    EXPECT_DOUBLE_EQ(r.dashLengthAt(0), 3.175);
+  });
   EXPECT_FALSE(LinetypeId(L"KW_A").isNull());
   EXPECT_FALSE(LinetypeId(L"KW_B").isNull());
   EXPECT_TRUE(LinetypeId(L"KW_BAD").isNull());
@@ -568,6 +571,23 @@ TEST_F(LineStyles, FolderSearchFindsLinetypesBesideAcadIsoOnce) {
   EXPECT_EQ(files.Restore(L"KW_Z", nullptr, id), 0);
   kw::styles::StandardLinFiles fresh;
   EXPECT_EQ(fresh.Restore(L"KW_Z", nullptr, id), 1);
+}
+
+TEST_F(LineStyles, EachStandardFileIsReadOncePerSearch) {
+  const fs::path support = m_project / "support";
+  WriteBytes(support / "acadiso.lin", "*KW_ONE,one\nA,1,-1\n");
+  resbuf prefix{};
+  prefix.restype = RTSTR;
+  std::wstring folder = kw::WidePath(support.string());
+  prefix.resval.rstring = folder.data();
+  ASSERT_TRUE(kwhost::DefineSysVar(L"ACADPREFIX", &prefix));
+  kw::styles::StandardLinFiles files;
+  AcDbObjectId id;
+  EXPECT_EQ(files.Restore(L"KW_ONE", nullptr, id), 1);
+  WriteBytes(support / "acadiso.lin", "*KW_ONE,one\nA,1,-1\n*KW_TWO,two\nA,2,-2\n");
+  EXPECT_EQ(files.Restore(L"KW_TWO", nullptr, id), 0);
+  kw::styles::StandardLinFiles later;
+  EXPECT_EQ(later.Restore(L"KW_TWO", nullptr, id), 1);
 }
 
 }  // namespace

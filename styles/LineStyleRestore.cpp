@@ -205,16 +205,25 @@ bool FillRecord(const CLineStyle& style, const StyleTable& styles, AcDbLinetypeT
 }
 
 // Makes and adds the record (the table open for write): 1, or 0 when the drawing refuses it.
+// When the drawing has a record of that name already, that record is kept and its id given.
 int AddRecord(const CLineStyle& style, const StyleTable& styles, AcDbLinetypeTable* table,
               AcDbObjectId& id) {
   AcDbLinetypeTableRecord* record = nullptr;
   try {
     record = new AcDbLinetypeTableRecord();
-    if (!FillRecord(style, styles, *record, id) || table->add(record) != Acad::eOk) {
+    AcDbObjectId scratch;
+    const bool filled = FillRecord(style, styles, *record, scratch);
+    const Acad::ErrorStatus es = filled ? table->add(record) : Acad::eInvalidInput;
+    if (es == Acad::eDuplicateRecordName) {
+      delete record;
+      return table->getAt(style.GetStyle().c_str(), id) == Acad::eOk ? 1 : 0;
+    }
+    if (es != Acad::eOk) {
       delete record;
       PrintInvalid(style);
       return 0;
     }
+    id = scratch;
   } catch (const std::bad_alloc&) {
     MessageBoxW(acedGetAcadFrame(), L"恢复线型进出现异常错误", L"KWRDPub",
                 MB_OK | MB_ICONEXCLAMATION);
@@ -232,13 +241,7 @@ int CreateLinetype(const CLineStyle& style, const StyleTable& styles, AcDbObject
     acutPrintf(L"\nCan not open LinetypeTable.");
     return 0;
   }
-  AcDbObjectId existing;
-  int result = 1;
-  if (table->getAt(style.GetStyle().c_str(), existing) == Acad::eOk) {
-    id = existing;
-  } else {
-    result = AddRecord(style, styles, table, id);
-  }
+  const int result = AddRecord(style, styles, table, id);
   table->close();
   return result;
 }
