@@ -12,6 +12,10 @@
 // name no standard file defines costs lookups, not file reads: restoring a library of
 // thousands of linetypes must not read the standard files thousands of times. A file that
 // changes while the host runs is therefore seen as it was when first read.
+//
+// A batch (restoring a whole library) also finds each named file on the search path once, and
+// answers a name that no standard file defines with one lookup; it searches the folder at its
+// first restore.
 #ifndef KW_STYLES_INTERNAL_STANDARDLINFILES_H_
 #define KW_STYLES_INTERNAL_STANDARDLINFILES_H_
 
@@ -29,7 +33,8 @@ namespace kw::styles {
 class StandardLinFiles {
  public:
   // While a batch lives, a file name is looked up on the search path once and its place
-  // remembered: restoring a whole library changes no folder the search looks in. Batches nest.
+  // remembered (restoring a library changes no folder the search looks in), and the names of
+  // every standard file are gathered once. Batches nest.
   class Batch {
    public:
     explicit Batch(StandardLinFiles& files) : m_files(files) { ++m_files.m_batches; }
