@@ -526,6 +526,19 @@ TEST_F(LineStyles, GetLineTypeIdAnswersContinuousWhileLoadingFromAStandardFile) 
   EXPECT_TRUE(KWRDPub::GetLineTypeId(L"DASHDOT2").isNull());
 }
 
+TEST_F(LineStyles, GetLineTypeIdGivesWhateverIdTheRestoreLeft) {
+  WriteCollection(
+      "<LineType Style=\"KW_PLAIN\" NumDashes=\"0\"/>"
+      "<LineType Style=\"KW_LASTTEXT\" NumDashes=\"2\" DashLen=\"1,-1\" "
+      "ShapeIsUcsOriented=\"0,0\" ShapeNumber=\"0,0\" Offset=\"0,0;0,0\" Rotation=\"0,0\" "
+      "ShapeScale=\"1,1\" ShapeStyle=\"|Standard\" Text=\"&quot;T\"/>");
+  EXPECT_EQ(KWRDPub::GetLineTypeId(L"kw_plain"), LinetypeId(L"Continuous"));
+  EXPECT_FALSE(LinetypeId(L"KW_PLAIN").isNull());
+  // The restore leaves the text style of the new record's last dash, and that is the answer.
+  EXPECT_EQ(TextStyleName(KWRDPub::GetLineTypeId(L"KW_LASTTEXT")), L"Standard");
+  EXPECT_EQ(KWRDPub::GetLineTypeId(L"KW_LASTTEXT"), LinetypeId(L"KW_LASTTEXT"));
+}
+
 TEST_F(LineStyles, GetAllLineTypeListsTheDrawingThenTheCollection) {
   WriteCollection("<LineType Style=\"KW_X\"/><LineType Style=\"continuous\"/>");
   ASSERT_EQ(kwhost::CurrentDatabase()->loadLineTypeFile(L"DASHED", L"acadiso.lin"), Acad::eOk);
