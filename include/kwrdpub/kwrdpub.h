@@ -49,5 +49,8 @@
 // ---------------------------------------------------------------- entity creation (editor/)
 #include "editor/EntityCreation.h"
 #include "msg/MessageReport.h"
+// ---------------------------------------------------------------- line styles (styles/)
+#include "styles/LineStyle.h"
+#include "styles/LineStyleCollection.h"
 
 #endif  // KWRDPUB_KWRDPUB_H_
