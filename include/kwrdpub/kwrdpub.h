@@ -38,4 +38,9 @@
 #include "persist/XMLPrivateProfile.h"
 #include "persist/XTPPropExchange.h"
 
+// ---------------------------------------------------------------- text styles and layers (styles/)
+#include "styles/FontCollection.h"
+#include "styles/FontInfo.h"
+#include "styles/LayerInfo.h"
+
 #endif  // KWRDPUB_KWRDPUB_H_
