@@ -1,0 +1,33 @@
+// KWPRJ: chooses the project folder whose "Styles" folder holds the style files. The style
+// collections are reloaded from the new project on their next use.
+#include <string>
+
+#include "common/fileio.h"
+#include "host/api/accmd.h"
+#include "host/api/editor.h"
+#include "modules/styles/StyleCommands.h"
+#include "services/paths.h"
+#include "styles/FontCollection.h"
+
+namespace kwstyles {
+namespace {
+
+void ProjectCommand() {
+  const std::wstring current = KWRDPub::GetCurPrjPath();
+  const std::wstring prompt = L"\n项目文件夹 <" + current + L">: ";
+  std::wstring folder;
+  if (!AskLine(prompt.c_str(), &folder)) return;
+  if (!folder.empty()) {
+    KWRDPub::SetCurPrjPath(kw::TrimSeparatorsRight(folder).c_str());
+    CFontCollection::Destroy();
+  }
+  acutPrintf(L"\n项目文件夹: %s", KWRDPub::GetCurPrjPath().c_str());
+}
+
+}  // namespace
+
+void RegisterProjectCommand() {
+  acedRegCmds()->addCommand(kGroup, L"KWPRJ", L"KWPRJ", ACRX_CMD_MODAL, &ProjectCommand);
+}
+
+}  // namespace kwstyles
