@@ -1,6 +1,6 @@
-// Arbitrary bytes as an XML file read by the profile, the road object store and the DOM
-// wrappers, and as text handed to the store and the DOM. None of them may crash, hang, or grow
-// without bound; nothing reaches the disk (the one-file file system refuses writes).
+// Arbitrary bytes as an XML file read by the profile, the road object store, the DOM wrappers
+// and the text style library, and as text handed to the store and the DOM. None of them may crash,
+// hang, or grow without bound; nothing reaches the disk (the one-file file system refuses writes).
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -9,9 +9,11 @@
 #include "common/encoding.h"
 #include "examples/laneitems/LaneItems.h"
 #include "fuzz/one_file_fs.h"
+#include "kwhost/embedded.h"
 #include "persist/KWXMLDOM.h"
 #include "persist/RoadObjectXML.h"
 #include "persist/XMLPrivateProfile.h"
+#include "styles/FontCollection.h"
 
 namespace {
 
@@ -60,6 +62,19 @@ void Dom(const std::wstring& text) {
   doc.GetXml();
 }
 
+// The input as the project's "TextStyles.xml": loaded, listed and exported (the export is
+// refused by the file system).
+void TextStyles() {
+  CFontCollection* fonts = CFontCollection::GetInstance();
+  std::vector<std::wstring> names;
+  fonts->GetAllTextStyle(names);
+  FONTINFO info{};
+  for (const std::wstring& name : names) fonts->GetFontInfo(name.c_str(), info);
+  fonts->ExportFont(names, L"/out/TextStyles.xml");
+  CFontCollection::Destroy();
+  kwhost::TakeOutput();
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
@@ -69,5 +84,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   Profile();
   Store(text);
   Dom(text);
+  TextStyles();
   return 0;
 }
