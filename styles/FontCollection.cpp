@@ -192,8 +192,10 @@ int CFontCollection::Save() {
   if (!doc.CreateDispatch() || !doc.loadXML(c_szTemplate)) return 0;
   m_doc = doc;
   m_root = doc.GetDocumentElement();
-  for (const std::wstring& key : m_mapFont.Keys()) {
-    AddFont(*m_mapFont.Find(key), m_mapAutoRestore.Contains(key) ? 1 : 0);
+  for (const std::wstring& key : Keys()) {
+    CFontInfo info = *m_mapFont.Find(key);
+    AddFont(info, m_mapAutoRestore.Find(key) ? 1 : 0);
+    m_mapFont.Set(key, info);
   }
   const std::wstring folder = kw::ParentOf(m_strFile);
   if (!folder.empty() && !kw::Fs().IsDirectory(folder)) kw::CreateDirectories(folder);
@@ -237,7 +239,7 @@ void CFontCollection::CopyNamed(const CFontCollection& from,
     CFontInfo copy = *info;
     copy.m_node = IKWXMLDOMNode();
     copy.m_nEditState = 2;
-    AppendFont(copy, from.m_mapAutoRestore.Contains(key) ? 1 : 0);
+    AppendFont(copy, from.m_mapAutoRestore.Find(key) ? 1 : 0);
   }
 }
 
@@ -260,8 +262,14 @@ int CFontCollection::ExportFont(const std::vector<std::wstring>& names, const wc
   return to.Save();
 }
 
+std::vector<std::wstring> CFontCollection::Keys() const {
+  std::vector<std::wstring> keys;
+  m_mapFont.ForEach([&keys](const std::wstring& key, const CFontInfo&) { keys.push_back(key); });
+  return keys;
+}
+
 void CFontCollection::GetAllTextStyle(std::vector<std::wstring>& names) const {
-  for (std::wstring& key : m_mapFont.Keys()) names.push_back(std::move(key));
+  for (std::wstring& key : Keys()) names.push_back(std::move(key));
 }
 
 int CFontCollection::GetFontInfo(const wchar_t* name, FONTINFO& info) const {
@@ -272,7 +280,7 @@ int CFontCollection::GetFontInfo(const wchar_t* name, FONTINFO& info) const {
 }
 
 bool CFontCollection::IsAutoRestore(const wchar_t* name) const {
-  return m_mapAutoRestore.Contains(kw::ToUpper(kw::View(name)));
+  return m_mapAutoRestore.Find(kw::ToUpper(kw::View(name))) != nullptr;
 }
 
 int CFontCollection::GetFileTextStyles(const wchar_t* file, std::vector<std::wstring>& names) {

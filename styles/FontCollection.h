@@ -22,7 +22,7 @@
 #include <string>
 #include <vector>
 
-#include "common/namemap.h"
+#include "common/bucketmap.h"
 #include "host/api/dbid.h"
 #include "persist/KWXMLDOM.h"
 #include "styles/FontInfo.h"
@@ -103,9 +103,12 @@ class CFontCollection {
   // Copies the named definitions of `from` into this set (names upper-cased, each once).
   void CopyNamed(const CFontCollection& from, const std::vector<std::wstring>& names);
 
+  // The keys of the definitions in the set's order.
+  std::vector<std::wstring> Keys() const;
+
   static CFontCollection* m_sp;
-  kw::NameMap<CFontInfo> m_mapFont;
-  kw::NameMap<int> m_mapAutoRestore;
+  kw::BucketMap<CFontInfo> m_mapFont;
+  kw::BucketMap<int> m_mapAutoRestore;
   std::wstring m_strFile;
   IKWXMLDOMDocument m_doc;
   IKWXMLDOMElement m_root;

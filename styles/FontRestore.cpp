@@ -131,7 +131,7 @@ int CFontCollection::RestoreFont() {
   int restored = 0;
   m_mapFont.ForEach([&restored, this](const std::wstring& key, const CFontInfo& info) {
     AcDbObjectId id;
-    if (m_mapAutoRestore.Contains(key)) restored += RestoreFont(info.m_info, id);
+    if (m_mapAutoRestore.Find(key)) restored += RestoreFont(info.m_info, id);
   });
   return restored;
 }
