@@ -11,9 +11,9 @@
 #include <vector>
 
 #include "common/text.h"
+#include "examples/styles/StyleCommands.h"
 #include "host/api/dbmain.h"
 #include "host/api/editor.h"
-#include "modules/styles/StyleCommands.h"
 #include "styles/LayerInfo.h"
 
 namespace kwstyles {
@@ -128,9 +128,9 @@ void LayerListCommand() {
 
 }  // namespace
 
-void RegisterLayerCommands() {
-  acedRegCmds()->addCommand(kGroup, L"LAYERSET", L"LAYERSET", ACRX_CMD_MODAL, &LayerSetCommand);
-  acedRegCmds()->addCommand(kGroup, L"LAYERLIST", L"LAYERLIST", ACRX_CMD_MODAL, &LayerListCommand);
+void RegisterLayerCommands(const wchar_t* group) {
+  acedRegCmds()->addCommand(group, L"LAYERSET", L"LAYERSET", ACRX_CMD_MODAL, &LayerSetCommand);
+  acedRegCmds()->addCommand(group, L"LAYERLIST", L"LAYERLIST", ACRX_CMD_MODAL, &LayerListCommand);
 }
 
 }  // namespace kwstyles

@@ -3,9 +3,9 @@
 #include <string>
 
 #include "common/fileio.h"
+#include "examples/styles/StyleCommands.h"
 #include "host/api/accmd.h"
 #include "host/api/editor.h"
-#include "modules/styles/StyleCommands.h"
 #include "services/paths.h"
 #include "styles/FontCollection.h"
 
@@ -26,8 +26,8 @@ void ProjectCommand() {
 
 }  // namespace
 
-void RegisterProjectCommand() {
-  acedRegCmds()->addCommand(kGroup, L"KWPRJ", L"KWPRJ", ACRX_CMD_MODAL, &ProjectCommand);
+void RegisterProjectCommand(const wchar_t* group) {
+  acedRegCmds()->addCommand(group, L"KWPRJ", L"KWPRJ", ACRX_CMD_MODAL, &ProjectCommand);
 }
 
 }  // namespace kwstyles

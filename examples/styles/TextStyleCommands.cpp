@@ -9,13 +9,14 @@
 //              marked for automatic restore)
 #include <cstdlib>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "common/format.h"
+#include "examples/styles/StyleCommands.h"
 #include "host/api/dbmain.h"
 #include "host/api/dbsymtb.h"
 #include "host/api/editor.h"
-#include "modules/styles/StyleCommands.h"
 #include "styles/FontCollection.h"
 
 namespace kwstyles {
@@ -161,19 +162,16 @@ void RestoreCommand() {
   acutPrintf(L"\n已恢复 %d 个文字样式.", restored);
 }
 
-void Add(const wchar_t* name, AcRxFunctionPtr fn) {
-  acedRegCmds()->addCommand(kGroup, name, name, ACRX_CMD_MODAL, fn);
-}
-
 }  // namespace
 
-void RegisterTextStyleCommands() {
-  Add(L"TSLIST", &ListCommand);
-  Add(L"TSADD", &AddCommand);
-  Add(L"TSREMOVE", &RemoveCommand);
-  Add(L"TSIMPORT", &ImportCommand);
-  Add(L"TSEXPORT", &ExportCommand);
-  Add(L"TSRESTORE", &RestoreCommand);
+void RegisterTextStyleCommands(const wchar_t* group) {
+  const std::pair<const wchar_t*, AcRxFunctionPtr> commands[] = {
+      {L"TSLIST", &ListCommand},     {L"TSADD", &AddCommand},
+      {L"TSREMOVE", &RemoveCommand}, {L"TSIMPORT", &ImportCommand},
+      {L"TSEXPORT", &ExportCommand}, {L"TSRESTORE", &RestoreCommand}};
+  for (const auto& [name, fn] : commands) {
+    acedRegCmds()->addCommand(group, name, name, ACRX_CMD_MODAL, fn);
+  }
 }
 
 }  // namespace kwstyles

@@ -3,8 +3,8 @@
 #include <vector>
 
 #include "common/text.h"
+#include "examples/styles/StyleCommands.h"
 #include "host/api/editor.h"
-#include "modules/styles/StyleCommands.h"
 
 namespace kwstyles {
 
