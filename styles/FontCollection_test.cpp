@@ -151,6 +151,10 @@ TEST_F(TextStyleFileSave, WritesTheWholeSetInGb2312FromTheTemplate) {
   EXPECT_EQ(ReadBytes(StylesFile()), expected);
   CFontCollection::Destroy();
   EXPECT_EQ(AllStyles(), (Names{L"HZ", L"SONG"}));
+  FONTINFO song{};
+  ASSERT_EQ(CFontCollection::GetInstance()->GetFontInfo(L"Song", song), 1);
+  EXPECT_STREQ(song.szTypeFace, L"宋体");
+  EXPECT_EQ(song.bBold, 1);
 }
 
 TEST_F(TextStyleFileSave, AFailedWriteKeepsThePreviousFile) {
