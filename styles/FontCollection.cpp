@@ -89,13 +89,13 @@ std::vector<std::wstring> DistinctKeys(const std::vector<std::wstring>& names) {
   return keys;
 }
 
-std::wstring DefaultFile() {
-  return KWRDPub::GetCurPrjPath() + L"/Styles/TextStyles.xml";
-}
-
 }  // namespace
 
 CFontCollection* CFontCollection::m_sp = nullptr;
+
+std::wstring CFontCollection::GetDefaultFile() {
+  return KWRDPub::GetCurPrjPath() + L"/Styles/TextStyles.xml";
+}
 
 const wchar_t* const CFontCollection::c_szTemplate =
     L"<?xml version=\"1.0\" encoding=\"GB2312\"?>\n<TextStyles>\n</TextStyles>\n";
@@ -123,7 +123,7 @@ int CFontCollection::GetValue(const IKWXMLDOMNode& node, const wchar_t* path, st
 int CFontCollection::Load(const wchar_t* path) {
   m_mapFont.Clear();
   m_mapAutoRestore.Clear();
-  m_strFile = kw::SafeLength(path) ? std::wstring(path) : DefaultFile();
+  m_strFile = kw::SafeLength(path) ? std::wstring(path) : GetDefaultFile();
   m_doc = IKWXMLDOMDocument();
   m_root = IKWXMLDOMElement();
   if (!kw::FileExists(m_strFile)) return -1;

@@ -75,6 +75,8 @@ class CFontCollection {
   int GetFontInfo(const wchar_t* name, FONTINFO& info) const;
   bool IsAutoRestore(const wchar_t* name) const;
   const std::wstring& GetFilePath() const { return m_strFile; }
+  // The current project's library file: KWRDPub::GetCurPrjPath() + "/Styles/TextStyles.xml".
+  static std::wstring GetDefaultFile();
   // Lists the styles of a text style file (as the file's set would list them): the count, or
   // -1 when it does not load.
   static int GetFileTextStyles(const wchar_t* file, std::vector<std::wstring>& names);

@@ -1,5 +1,5 @@
-// KWPRJ: chooses the project folder whose "Styles" folder holds the style files. The style
-// collections are reloaded from the new project on their next use.
+// KWPRJ: chooses the project folder whose "Styles" folder holds the style files. The text style
+// commands follow the project: they reload the library when its folder changed.
 #include <string>
 
 #include "common/fileio.h"
@@ -7,7 +7,6 @@
 #include "host/api/accmd.h"
 #include "host/api/editor.h"
 #include "services/paths.h"
-#include "styles/FontCollection.h"
 
 namespace kwstyles {
 namespace {
@@ -19,7 +18,6 @@ void ProjectCommand() {
   if (!AskLine(prompt.c_str(), &folder)) return;
   if (!folder.empty()) {
     KWRDPub::SetCurPrjPath(kw::TrimSeparatorsRight(folder).c_str());
-    CFontCollection::Destroy();
   }
   acutPrintf(L"\n项目文件夹: %s", KWRDPub::GetCurPrjPath().c_str());
 }

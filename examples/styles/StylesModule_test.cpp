@@ -96,6 +96,12 @@ TEST_F(StylesModule, ProjectFolderChangesReloadTheLibrary) {
   EXPECT_EQ(KWRDPub::GetCurPrjPath(), other);
   EXPECT_EQ(Run(L"TSLIST"), L"\n文字样式库 " + other + L"/Styles/TextStyles.xml: 0 个文字样式");
   EXPECT_EQ(Run(L"KWPRJ", L"\n"), L"\n项目文件夹 <" + other + L">: \n项目文件夹: " + other);
+  // A project set by anyone else is followed too.
+  KWRDPub::SetCurPrjPath(Project().c_str());
+  EXPECT_EQ(Run(L"TSLIST"),
+            L"\n文字样式库 " + Project() +
+                L"/Styles/TextStyles.xml: 1 个文字样式"
+                L"\nA  字体文件:a.shx  大字体:  字体:  宽度因子:1  倾斜角:0  (自动恢复)");
 }
 
 TEST_F(StylesModule, SetsLayersFromTypedDescriptors) {

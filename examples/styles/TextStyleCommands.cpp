@@ -22,7 +22,11 @@
 namespace kwstyles {
 namespace {
 
+// The library of the current project: reloaded when the project changed since it was read.
 CFontCollection& Library() {
+  if (CFontCollection::GetInstance()->GetFilePath() != CFontCollection::GetDefaultFile()) {
+    CFontCollection::Destroy();
+  }
   return *CFontCollection::GetInstance();
 }
 
