@@ -9,6 +9,7 @@
 #include "common/encoding.h"
 #include "common/fileio.h"
 #include "kwhost/embedded.h"
+#include "services/paths.h"
 #include "styles/internal/StylesTestWorld.h"
 
 namespace {
@@ -103,6 +104,15 @@ TEST_F(TextStyleFileLoad, StartsEmptyWhenTheFileIsMissingBrokenOrHasAnotherRoot)
   EXPECT_EQ(AllStyles(), Names{});
   Names inFile;
   EXPECT_EQ(CFontCollection::GetFileTextStyles(kw::WidePath(StylesFile()).c_str(), inFile), -1);
+}
+
+TEST_F(TextStyleFileLoad, ReadsTheProjectsFileEvenWhenNoProjectIsSet) {
+  EXPECT_EQ(CFontCollection::GetInstance()->GetFilePath(),
+            kw::WidePath(dir_) + L"/Styles/TextStyles.xml");
+  CFontCollection::Destroy();
+  KWRDPub::SetCurPrjPath(L"");
+  EXPECT_EQ(CFontCollection::GetInstance()->GetFilePath(), L"/Styles/TextStyles.xml");
+  EXPECT_EQ(CFontCollection::GetDefaultFile(), L"/Styles/TextStyles.xml");
 }
 
 TEST_F(TextStyleFileLoad, CutsOverlongTextsToTheRecordSize) {
