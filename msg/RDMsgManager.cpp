@@ -122,6 +122,14 @@ struct CRDMsgManager::State {
   bool hasDead = false;
 };
 
+inline CRDMsgManager::State& CRDMsgManager::St() {
+  return *std::launder(reinterpret_cast<State*>(m_stateBytes));
+}
+
+inline const CRDMsgManager::State& CRDMsgManager::St() const {
+  return *std::launder(reinterpret_cast<const State*>(m_stateBytes));
+}
+
 namespace {
 
 // The distinct keys of a pair list: a record is listed once under each of its pairs.

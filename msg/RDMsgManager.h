@@ -146,8 +146,9 @@ class CRDMsgManager {
   void HandleWatcherException(const Record& r, KWMSGHDR* msg, uint32_t n);
   void ReportWatcherFailure(const wchar_t* name, const KWMSGHDR* msg, uint32_t n);
 
-  State& St() { return *std::launder(reinterpret_cast<State*>(m_stateBytes)); }
-  const State& St() const { return *std::launder(reinterpret_cast<const State*>(m_stateBytes)); }
+  // Defined where State is complete (some compilers instantiate std::launder eagerly).
+  State& St();
+  const State& St() const;
 
   // The state lives inside the object (its layout is private to the implementation, which
   // checks that it fits): a send reaches it without following a pointer.

@@ -29,7 +29,7 @@ declare -A uses=(
   [redraw]="rx db docs"
   [select]="rx db docs editor redraw view"
   [view]="rx db docs editor frame"
-  [svg]="rx db docs editor redraw view"
+  [svg]="rx db docs editor linetypes redraw view"
   [testdata]=""
 )
 

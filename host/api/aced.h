@@ -28,6 +28,9 @@
 #include "host/api/adesk.h"
 #include "host/api/adsdef.h"
 
+class AcDbViewTableRecord;
+class AcDbViewport;
+
 // acedInitGet flags.
 inline constexpr int RSG_NONULL = 0x0001;  // Enter is refused (the prompt is repeated)
 inline constexpr int RSG_NOZERO = 0x0002;  // 0 is refused
@@ -79,5 +82,32 @@ int acedFindFile(const wchar_t* fname, wchar_t (&result)[N]) {
 // have run). acedCommandS behaves the same.
 int acedCommand(int rtype, ...);
 int acedCommandS(int rtype, ...);
+
+// Views and coordinate systems (the host has one viewport per space: model space, and the
+// paper space of the active layout).
+//
+// acedSetCurrentView shows the view in the active space: its centre (display coordinates),
+// height and width, target, view direction, twist, lens length, clipping distances and flags.
+// The view fills the screen: a window wider than the screen's shape shows a taller view, so
+// VIEWSIZE becomes max(height, width * screen height / screen width). eOk; eInvalidInput for a
+// null view, a viewport (only the current one, null, is shown), a height or width that is not
+// positive, a zero view direction, a value that is not finite, or a paper-space flag that does
+// not match the active layout (CTAB).
+Acad::ErrorStatus acedSetCurrentView(AcDbViewTableRecord* view, AcDbViewport* viewport);
+// Transforms a point (disp 0) or a displacement (disp non-zero) between coordinate systems.
+// `from` and `to` are RTSHORT 0 (WCS), 1 (UCS) or 2 (DCS: origin at the target, z towards the
+// viewer, x to the right of the screen), RT3DPOINT (the ECS of that extrusion direction, by
+// the arbitrary-axis rule) or RTENAME (the ECS of that entity: its normal for circles, arcs,
+// text, points, block references and polylines, the WCS for other entities). RTNORM; RTERROR
+// for null arguments, another code (3, paper-space DCS, included), a zero extrusion or an
+// entity name that names no live entity.
+int acedTrans(const ads_point pt, const resbuf* from, const resbuf* to, int disp, ads_point result);
+// Redraws the whole view (ent null: the REDRAW command, whatever the mode) or changes how one
+// entity is shown: mode 1 shows it, 2 hides it (blanks it out), 3 highlights it, 4 takes the
+// highlight off; showing and highlighting are independent, and a whole-view redraw leaves
+// hidden and highlighted entities as they are. Mode 0 with an entity does nothing. RTNORM;
+// RTERROR for a name that is no live entity or a mode outside 0-4 (the platform no longer
+// takes negative modes).
+int acedRedraw(const ads_name ent, int mode);
 
 #endif  // KW_HOST_API_ACED_H_

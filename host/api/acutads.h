@@ -26,4 +26,12 @@ int acutWcMatch(const wchar_t* string, const wchar_t* pattern);
 // (nothing leaks).
 resbuf* acutBuildList(int type, ...);
 
+// Point geometry of the command line (ads_point: x, y, z). acutPolar: the point `dist` from
+// `pt` at `angle` (radians, counter-clockwise from x) in the XY plane, z kept. acutDistance:
+// the 3D distance. acutAngle: the angle of the line from pt1 to pt2 projected on the XY plane,
+// in [0, 2 pi); 0 for two points with the same x and y.
+void acutPolar(const ads_point pt, ads_real angle, ads_real dist, ads_point result);
+ads_real acutDistance(const ads_point pt1, const ads_point pt2);
+ads_real acutAngle(const ads_point pt1, const ads_point pt2);
+
 #endif  // KW_HOST_API_ACUTADS_H_

@@ -24,6 +24,8 @@
 #include <string_view>
 #include <vector>
 
+#include "host/api/ge.h"
+#include "host/api/dbid.h"
 #include "host/api/win.h"
 
 struct resbuf;
@@ -36,8 +38,9 @@ namespace kwhost {
 // Ends the current session and starts a fresh one: loaded modules are sent kUnloadAppMsg and
 // unloaded, then commands, system variables (back to their defaults), queued input, captured
 // output, message boxes and debug trace, window watchers, posted messages, timers, documents
-// (one new "Drawing1.dwg") and the clock (real) are reset, the output sink and input reader
-// removed. Registered run-time classes are kept (modules cache their class pointers).
+// (one new "Drawing1.dwg"), the clock (real) and the redraw states and counts are reset, the
+// output sink and input reader removed. Registered run-time classes are kept (modules cache their
+// class pointers).
 void ResetSession();
 
 // ---------------------------------------------------------------- command line
@@ -88,7 +91,8 @@ std::vector<std::wstring> CommandNames();
 
 // Creates or overwrites a system variable with a copy of *value (one resbuf, not a chain),
 // read-only ones included; this is how tests set "VIEWCTR" and the like. False for a null
-// name or value.
+// name or value. A variable another service keeps (the view variables, below) keeps its type
+// and takes the value through that service: false for another type or a refused value.
 bool DefineSysVar(const wchar_t* name, const resbuf* value, bool readOnly = false);
 
 // ---------------------------------------------------------------- main frame and clock
@@ -155,6 +159,50 @@ bool UnloadModule(const std::wstring& path);
 void UnloadModules();
 // Paths of the loaded modules in load order.
 std::vector<std::wstring> LoadedModules();
+
+// ---------------------------------------------------------------- views (view service)
+//
+// One view per space (model space, the paper layouts) shown on one screen; the view variables
+// (VIEWCTR, VIEWSIZE, VSMIN, VSMAX, VIEWDIR, TARGET, VIEWMODE, VIEWTWIST, FRONTZ, BACKZ,
+// LENSLENGTH, SCREENSIZE, PICKBOX, PICKADD, CVPORT, CTAB, TILEMODE, WORLDUCS, UCSORG, UCSXDIR,
+// UCSYDIR) are computed from it when read, and DefineSysVar on one of them changes the view
+// (false when the value is refused; VSMIN, VSMAX and WORLDUCS follow from the rest and refuse
+// every value). A new session: model space, a view 100 units high centred on the world origin
+// seen from above, a 1280 x 720 pixel screen, the world UCS, PICKBOX 3, PICKADD 1.
+
+// The screen in pixels (SCREENSIZE): the view keeps its centre and height (VIEWSIZE), its
+// width follows the screen's shape. False, nothing changed, below 1 or above 65535 pixels.
+bool SetScreenSize(int widthPixels, int heightPixels);
+// Makes a UCS current: origin and axes in world coordinates; y is turned in the plane of the
+// two axes to be perpendicular to x. False, nothing changed, for a zero or non-finite axis,
+// parallel axes or a non-finite origin.
+bool SetUcs(const AcGePoint3d& origin, const AcGeVector3d& xAxis, const AcGeVector3d& yAxis);
+// Makes the world coordinate system the UCS again.
+void SetWorldUcs();
+
+// ---------------------------------------------------------------- redraw (the redraw service)
+
+// How acedRedraw left an entity: hidden by mode 2 until mode 1 shows it again, highlighted by
+// mode 3 until mode 4. An entity never redrawn (or not an entity) is neither.
+struct RedrawState {
+  bool hidden = false;
+  bool highlighted = false;
+  bool operator==(const RedrawState&) const = default;
+};
+RedrawState EntityRedrawState(AcDbObjectId id);
+// Whole-view refreshes (acedRedraw with a null entity) since the session started.
+int64_t ViewRefreshCount();
+// Successful acedRedraw calls on single entities with modes 1-4 since the session started.
+int64_t EntityRedrawCount();
+
+// ---------------------------------------------------------------- pictures (the svg service)
+
+// Writes the current view of the current drawing's model space as an SVG picture (white
+// ground): lines, arcs, circles, polylines with bulges and widths, linetype patterns with their
+// text and shape elements, block references, text, colours by index or RGB. Entities hidden by
+// acedRedraw are left out; highlighted ones get a translucent blue halo. False with *why when
+// there is no current drawing or the file cannot be written (the previous file is kept).
+bool ExportSvg(const std::wstring& path, std::wstring* why = nullptr);
 
 }  // namespace kwhost
 

@@ -38,6 +38,10 @@
 #include "persist/XMLPrivateProfile.h"
 #include "persist/XTPPropExchange.h"
 
+// ---------------------------------------------------------------- views (editor/)
+#include "editor/CadView.h"
+// ---------------------------------------------------------------- flashing highlight (editor/)
+#include "editor/Twinkle.h"
 // ---------------------------------------------------------------- text styles and layers (styles/)
 #include "styles/FontCollection.h"
 #include "styles/FontInfo.h"

@@ -94,7 +94,10 @@ bool LogFile::Finish(std::string* saved) {
 bool LogFile::Publish(std::string* saved) {
   const std::string base = m_folder + "/TraceLogo-" + Stamp() + "-" + std::to_string(m_pid);
   for (int n = 1; n <= kMaxNameTries; ++n) {
-    std::string path = base + (n == 1 ? std::string() : "-" + std::to_string(n)) + ".log";
+    // Appended piece by piece: GCC 12 at -O3 warns falsely (-Wrestrict) on "-" + to_string(n).
+    std::string path = base;
+    if (n > 1) path.append("-").append(std::to_string(n));
+    path.append(".log");
     if (link(m_temp.c_str(), path.c_str()) == 0) {
       close(m_fd);
       m_fd = -1;

@@ -196,6 +196,9 @@ bool ReadTerminalLine(std::wstring* line) {
 void PrintHelp() {
   std::wstring text = L"\n内置命令: APPLOAD HELP LIST NEW OPEN QUIT SAVE SAVEAS";
   for (const std::wstring& name : kwhost::HostCommandNames()) text += L" " + name;
+  text +=
+      L"\n  ZOOM 角点 角点 | nX | E(范围) | W(窗口) 角点 角点 | C(中心) 点 高度或nX | S(比例) nX"
+      L" | P(上一个)\n  PAN 位移 | 基点 第二点   (点: x,y[,z]，当前 UCS)";
   text += L"\n已注册命令:";
   for (const std::wstring& name : kwhost::CommandNames()) text += L"\n  " + name;
   acutPrintf(L"%s", text.c_str());

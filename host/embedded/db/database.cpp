@@ -245,6 +245,10 @@ void SetDrawingWriter(DrawingWriter writer) {
   Writer() = std::move(writer);
 }
 
+const DrawingReader& GetDrawingReader() {
+  return Reader();
+}
+
 const DrawingWriter& GetDrawingWriter() {
   return Writer();
 }

@@ -11,12 +11,21 @@
 
 namespace {
 
+// Each test starts without drawing-file hooks and gives back the ones the host installed.
 class Database : public ::testing::Test {
  protected:
-  void TearDown() override {
+  void SetUp() override {
     kwhost::db::SetDrawingReader(nullptr);
     kwhost::db::SetDrawingWriter(nullptr);
   }
+  void TearDown() override {
+    kwhost::db::SetDrawingReader(reader_);
+    kwhost::db::SetDrawingWriter(writer_);
+  }
+
+ private:
+  kwhost::db::DrawingReader reader_ = kwhost::db::GetDrawingReader();
+  kwhost::db::DrawingWriter writer_ = kwhost::db::GetDrawingWriter();
 };
 
 TEST_F(Database, ReadingGoesThroughTheRegisteredReader) {

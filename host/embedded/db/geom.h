@@ -1,5 +1,5 @@
 // Geometry helpers of the entities' extents: a growing box and the entity coordinate system of
-// a normal (the drawing format's arbitrary-axis rule). Internal to db/.
+// a normal (the drawing format's arbitrary-axis rule). Used by db/ and by view/ (the display axes).
 #ifndef KW_HOST_EMBEDDED_DB_GEOM_H_
 #define KW_HOST_EMBEDDED_DB_GEOM_H_
 

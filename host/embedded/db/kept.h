@@ -163,6 +163,7 @@ using DrawingWriter = std::function<Acad::ErrorStatus(const std::wstring& path, 
                                                       const std::string& version)>;
 void SetDrawingReader(DrawingReader reader);
 void SetDrawingWriter(DrawingWriter writer);
+const DrawingReader& GetDrawingReader();
 const DrawingWriter& GetDrawingWriter();
 
 }  // namespace kwhost::db

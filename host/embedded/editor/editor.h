@@ -88,6 +88,17 @@ using SysVarMap = std::map<std::wstring, SysVar, NoCaseLess>;
 // The system variables of a new drawing.
 SysVarMap DefaultSysVars();
 
+// A variable whose value another service keeps (the view service's VIEWCTR, PICKBOX, ...), so
+// that it always agrees with that service's state. `get` fills the current value, its type and
+// whether acedSetVar may change it; `set` takes a new value of that type and answers false when
+// it refuses it (out of range, not finite). The table lives for the process: services above
+// the editor fill it when the library loads, and a hooked name is never in `sysVars`.
+struct SysVarHook {
+  void (*get)(SysVar* value) = nullptr;
+  bool (*set)(const SysVar& value) = nullptr;
+};
+void AddSysVarHook(const wchar_t* name, SysVarHook hook);
+
 struct State {
   CommandLine line;
   PromptSettings prompt;

@@ -1,7 +1,8 @@
 // System variables: a store by name (ignoring case) with the usual defaults of a new drawing,
-// and the result buffers that carry their values.
+// the variables other services keep (hooks), and the result buffers that carry their values.
 #include <cstdlib>
 #include <cwchar>
+#include <map>
 #include <new>
 
 #include "common/encoding.h"
@@ -26,16 +27,6 @@ SysVar Real(double v, bool ro = false) {
   SysVar s;
   s.type = RTREAL;
   s.point[0] = v;
-  s.readOnly = ro;
-  return s;
-}
-
-SysVar Point(double x, double y, double z, bool ro = false) {
-  SysVar s;
-  s.type = RT3DPOINT;
-  s.point[0] = x;
-  s.point[1] = y;
-  s.point[2] = z;
   s.readOnly = ro;
   return s;
 }
@@ -81,6 +72,35 @@ void Store(SysVar* var, const resbuf* value) {
   }
 }
 
+std::map<std::wstring, kwhost::editor::SysVarHook, kwhost::editor::NoCaseLess>& Hooks() {
+  static std::map<std::wstring, kwhost::editor::SysVarHook, kwhost::editor::NoCaseLess> hooks;
+  return hooks;
+}
+
+// The variable of that name: a hooked one's current value is put in *hooked and that is
+// returned; null when there is none.
+const SysVar* Find(const wchar_t* name, SysVar* hooked) {
+  if (auto hook = Hooks().find(name); hook != Hooks().end()) {
+    hook->second.get(hooked);
+    return hooked;
+  }
+  auto& vars = kwhost::editor::Editor().sysVars;
+  auto it = vars.find(name);
+  return it == vars.end() ? nullptr : &it->second;
+}
+
+// Gives the variable `current` (as Find found it) a value of its kind: stored here, or handed
+// to its hook. False for another kind, a null string or a value the hook refuses.
+bool Change(const wchar_t* name, const SysVar* current, const resbuf* value) {
+  if (!SameKind(current->type, value->restype)) return false;
+  if (value->restype == RTSTR && !value->resval.rstring) return false;
+  SysVar changed = *current;
+  Store(&changed, value);
+  if (auto hook = Hooks().find(name); hook != Hooks().end()) return hook->second.set(changed);
+  kwhost::editor::Editor().sysVars[name] = changed;
+  return true;
+}
+
 }  // namespace
 
 namespace kwhost::editor {
@@ -93,7 +113,6 @@ SysVarMap DefaultSysVars() {
       {L"ACADVER", Text(L"18.0s", true)},
       {L"CLAYER", Text(L"0")},
       {L"CMDECHO", Short(1)},
-      {L"CVPORT", Short(2)},
       {L"DWGNAME", Text(L"Drawing1.dwg", true)},
       {L"DWGPREFIX", Text(L"", true)},
       {L"FILEDIA", Short(1)},
@@ -105,10 +124,8 @@ SysVarMap DefaultSysVars() {
       {L"MEASUREMENT", Short(1)},
       {L"OSMODE", Short(4133)},
       {L"PICKFIRST", Short(1)},
-      {L"SCREENSIZE", Point(1280, 720, 0, true)},
       {L"TEXTSIZE", Real(2.5)},
       {L"TEXTSTYLE", Text(L"Standard")},
-      {L"TILEMODE", Short(1)},
       {L"USERI1", Short(0)},
       {L"USERI2", Short(0)},
       {L"USERI3", Short(0)},
@@ -124,12 +141,6 @@ SysVarMap DefaultSysVars() {
       {L"USERS3", Text(L"")},
       {L"USERS4", Text(L"")},
       {L"USERS5", Text(L"")},
-      {L"VIEWCTR", Point(0, 0, 0, true)},
-      {L"VIEWDIR", Point(0, 0, 1, true)},
-      {L"VIEWSIZE", Real(100.0, true)},
-      {L"VSMAX", Point(1000, 562.5, 0, true)},
-      {L"VSMIN", Point(-1000, -562.5, 0, true)},
-      {L"WORLDUCS", Short(1, true)},
   };
 }
 
@@ -139,30 +150,33 @@ void SetVarText(const wchar_t* name, const std::wstring& text) {
   if (it != vars.end()) it->second.text = text;
 }
 
+void AddSysVarHook(const wchar_t* name, SysVarHook hook) {
+  if (name && *name && hook.get && hook.set) Hooks()[name] = hook;
+}
+
 }  // namespace kwhost::editor
 
 int acedGetVar(const wchar_t* sym, resbuf* result) {
   if (!sym || !result) return RTERROR;
-  auto& vars = kwhost::editor::Editor().sysVars;
-  auto it = vars.find(sym);
-  if (it == vars.end()) return RTERROR;
-  const SysVar& v = it->second;
-  result->restype = v.type;
-  switch (v.type) {
+  SysVar hooked;
+  const SysVar* v = Find(sym, &hooked);
+  if (!v) return RTERROR;
+  result->restype = v->type;
+  switch (v->type) {
     case RTSHORT:
-      result->resval.rint = static_cast<short>(v.integer);
+      result->resval.rint = static_cast<short>(v->integer);
       break;
     case RTLONG:
-      result->resval.rlong = static_cast<int32_t>(v.integer);
+      result->resval.rlong = static_cast<int32_t>(v->integer);
       break;
     case RTREAL:
-      result->resval.rreal = v.point[0];
+      result->resval.rreal = v->point[0];
       break;
     case RTSTR:
-      result->resval.rstring = acutNewString(v.text.c_str());
+      result->resval.rstring = acutNewString(v->text.c_str());
       break;
     default:
-      for (int i = 0; i < 3; ++i) result->resval.rpoint[i] = v.point[i];
+      for (int i = 0; i < 3; ++i) result->resval.rpoint[i] = v->point[i];
       break;
   }
   return RTNORM;
@@ -170,13 +184,10 @@ int acedGetVar(const wchar_t* sym, resbuf* result) {
 
 int acedSetVar(const wchar_t* sym, const resbuf* value) {
   if (!sym || !value) return RTERROR;
-  auto& vars = kwhost::editor::Editor().sysVars;
-  auto it = vars.find(sym);
-  if (it == vars.end() || it->second.readOnly) return RTERROR;
-  if (!SameKind(it->second.type, value->restype)) return RTERROR;
-  if (value->restype == RTSTR && !value->resval.rstring) return RTERROR;
-  Store(&it->second, value);
-  return RTNORM;
+  SysVar hooked;
+  const SysVar* v = Find(sym, &hooked);
+  if (!v || v->readOnly) return RTERROR;
+  return Change(sym, v, value) ? RTNORM : RTERROR;
 }
 
 namespace kwhost {
@@ -187,6 +198,8 @@ bool DefineSysVar(const wchar_t* name, const resbuf* value, bool readOnly) {
   if (t != RTSHORT && t != RTLONG && t != RTREAL && t != RTPOINT && t != RT3DPOINT && t != RTSTR) {
     return false;
   }
+  SysVar hooked;
+  if (const SysVar* v = Find(name, &hooked); v == &hooked) return Change(name, v, value);
   SysVar var;
   var.type = t == RTPOINT ? static_cast<short>(RT3DPOINT) : t;
   var.readOnly = readOnly;

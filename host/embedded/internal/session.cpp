@@ -8,7 +8,9 @@
 //   2. editor   commands, prompt settings, input and output, system variables, dialog logs;
 //   3. rx       registry entries others stored (the services' own entries stay pinned);
 //   4. frame    watchers, posted messages, timers, the clock; the main frame is open again;
-//   5. docs     one new "Drawing1.dwg".
+//   5. docs     one new "Drawing1.dwg";
+//   6. view     model space, the default view, the world UCS, the default screen.
+//   7. redraw   every entity drawn plainly again, no refreshes counted.
 // Run-time classes survive every reset: modules cache their class pointers.
 #include <string>
 
@@ -19,7 +21,9 @@
 #include "host/embedded/editor/editor.h"
 #include "host/embedded/frame/frame.h"
 #include "host/embedded/modules/modules.h"
+#include "host/embedded/redraw/redraw.h"
 #include "host/embedded/rx/rx.h"
+#include "host/embedded/view/view.h"
 #include "kwhost/embedded.h"
 
 AcRxDictionary* acrxSysRegistry() {
@@ -40,6 +44,8 @@ void ResetSession() {
   rx::Reset();
   frame::Reset();
   docs::Reset();
+  view::Reset();
+  redraw::Reset();
 }
 
 void OpenDocument(const std::wstring& fileName) {

@@ -1,0 +1,74 @@
+// The flashing highlight's timer procedure: one tick hides or shows every blinking entity in
+// step with the phase, ends the blinks whose time ran out and refreshes the view.
+#include "editor/Twinkle.h"
+#include "editor/internal/TwinkleState.h"
+#include "host/api/aced.h"
+
+namespace KWRDPub::twinkle {
+
+namespace {
+
+// Brings every record to the phase; the ids whose time has run out by `now`.
+std::vector<int> BlinkAll(DWORD now) {
+  State& s = Twinkle();
+  std::vector<int> expired;
+  for (UENTINFO& r : s.records.all()) {
+    // Unsigned 32-bit difference: a tick count that wrapped since the start still measures
+    // the elapsed time.
+    if (r.duration != static_cast<DWORD>(kTwinkleInfinite) && now - r.startTick >= r.duration) {
+      expired.push_back(r.id);
+    }
+    if (r.state == s.phase || !CanWrite(r.ent)) continue;
+    if (acedRedraw(r.ent, s.phase) != RTNORM) continue;
+    acedRedraw(r.ent, kUnhighlight);
+    r.state = s.phase;
+  }
+  return expired;
+}
+
+// Ends one expired blink: a temporary outline is erased, any other entity restored (unless
+// another blink still runs on it) and shown when the phase had hidden it.
+void EndExpired(int id) {
+  State& s = Twinkle();
+  UENTINFO* r = s.records.find(id);
+  if (!r) return;
+  auto temporary = s.temporaries.find(id);
+  if (temporary != s.temporaries.end()) {
+    if (!EraseTemporary(temporary->second)) return;
+    Release(r->ent);
+    s.temporaries.erase(temporary);
+    s.records.erase(id);
+    return;
+  }
+  if (Release(r->ent) == 0) Restore(*r);
+  if (r->state == kUndraw && CanWrite(r->ent)) acedRedraw(r->ent, kDraw);
+  s.records.erase(id);
+}
+
+void StopTimer(UINT_PTR timerId) {
+  if (KillTimer(nullptr, timerId)) Twinkle().timerRunning = 0;
+}
+
+}  // namespace
+
+void TimerProc(HWND hwnd, UINT, UINT_PTR timerId, DWORD now) {
+  State& s = Twinkle();
+  // Before the first tick the phase counts as drawn, so the first tick hides.
+  s.phase = s.phase == kUndraw ? kDraw : kUndraw;
+  if (s.records.empty()) {
+    StopTimer(timerId);
+    return;
+  }
+  try {
+    DocumentLock lock;
+    std::vector<int> expired = BlinkAll(now);
+    for (size_t i = expired.size(); i-- > 0;) EndExpired(expired[i]);
+    acedRedraw(nullptr, 0);
+  } catch (...) {
+    ReportError(L"\n TimerProc error. \n");
+    KWStopAllTwinkle(hwnd);
+    StopTimer(timerId);
+  }
+}
+
+}  // namespace KWRDPub::twinkle
