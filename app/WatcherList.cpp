@@ -19,7 +19,10 @@ std::wstring WatcherFilterText(const KWMSGWATCHERINFO& info) {
     std::wstring codes;
   };
   std::vector<Group> buckets[17];
-  for (const auto& [type, code] : info.pairs) {
+  for (const auto& pair : info.pairs) {
+    // Named copies, not structured bindings: older compilers cannot capture those in a lambda.
+    const uint32_t type = pair.first;
+    const auto code = pair.second;
     std::vector<Group>& bucket = buckets[(type >> 4) % 17];
     auto it =
         std::find_if(bucket.begin(), bucket.end(), [&](const Group& g) { return g.type == type; });

@@ -10,7 +10,7 @@ packages=(
   libxml2-dev libedit-dev
   googletest libgtest-dev libgmock-dev
   tmux python3-ezdxf
-  librsvg2-bin
+  librsvg2-bin zlib1g-dev
 )
 for extra in "$@"; do
   case "$extra" in

@@ -114,7 +114,7 @@ TEST_F(Rdpub, UnknownCommandHelpAndMessageBoxAnswers) {
   EXPECT_EQ(run.status, 0);
   EXPECT_EQ(run.out,
             "\nprobe: loaded\n未知命令\"FROBNICATE\"。输入 HELP 查看命令列表。"
-            "\n内置命令: APPLOAD HELP LIST NEW OPEN QUIT SAVE SAVEAS LINETYPE PAN ZOOM"
+            "\n内置命令: APPLOAD HELP LIST NEW OPEN QUIT SAVE SAVEAS EXPORTSVG LINETYPE PAN ZOOM"
             "\n  ZOOM 角点 角点 | nX | E(范围) | W(窗口) 角点 角点"
             " | C(中心) 点 高度或nX | S(比例) nX | P(上一个)"
             "\n  PAN 位移 | 基点 第二点   (点: x,y[,z]，当前 UCS)\n已注册命令:"
