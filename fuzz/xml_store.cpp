@@ -1,7 +1,7 @@
 // Arbitrary bytes as an XML file read by the profile, the road object store, the DOM wrappers
-// and the line style collection, and as text handed to the store and the DOM. None of them may
-// crash, hang, or grow without bound; nothing reaches the disk (the read-only in-memory file
-// system refuses writes).
+// and the line style and text style libraries, and as text handed to the store and the DOM.
+// None of them may crash, hang, or grow without bound; nothing reaches the disk (the read-only
+// in-memory file system refuses writes).
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -15,6 +15,7 @@
 #include "persist/RoadObjectXML.h"
 #include "persist/XMLPrivateProfile.h"
 #include "services/paths.h"
+#include "styles/FontCollection.h"
 #include "styles/LineStyleCollection.h"
 
 namespace {
@@ -88,13 +89,26 @@ void LineTypes() {
   kwhost::TakeMessageBoxes();
 }
 
+// The input as the project's "Styles/TextStyles.xml" (the project set by LineTypes): loaded, listed
+// and exported (the export is refused by the file system).
+void TextStyles() {
+  CFontCollection* fonts = CFontCollection::GetInstance();
+  std::vector<std::wstring> names;
+  fonts->GetAllTextStyle(names);
+  FONTINFO info{};
+  for (const std::wstring& name : names) fonts->GetFontInfo(name.c_str(), info);
+  fonts->ExportFont(names, L"/out/TextStyles.xml");
+  CFontCollection::Destroy();
+  kwhost::TakeOutput();
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   kwtest::MemFileSystem fs;
   const std::string bytes(reinterpret_cast<const char*>(data), size);
-  for (const wchar_t* path :
-       {L"/in/config.xml", L"/in/items.xml", L"/in/TextStyles.xml", L"/in/Styles/LineTypes.xml"}) {
+  for (const wchar_t* path : {L"/in/config.xml", L"/in/items.xml", L"/in/TextStyles.xml",
+                              L"/in/Styles/LineTypes.xml", L"/in/Styles/TextStyles.xml"}) {
     fs.AddFile(path, bytes);
   }
   fs.SetReadOnly(true);
@@ -104,5 +118,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   Store(text);
   Dom(text);
   LineTypes();
+  TextStyles();
   return 0;
 }

@@ -104,15 +104,6 @@ void RestoreCommand() {
   }
 }
 
-void ProjectCommand() {
-  const std::wstring current = KWRDPub::GetCurPrjPath();
-  std::wstring folder;
-  if (!AskLine((L"\n项目文件夹 <" + current + L">: ").c_str(), &folder) || folder.empty()) return;
-  KWRDPub::SetCurPrjPath(folder.c_str());
-  CLineStyleCollection::Destroy();
-  acutPrintf(L"\n线型库: %s", CLineStyleCollection::GetInstance()->GetFilePath().c_str());
-}
-
 }  // namespace
 
 void RegisterLineStyleCommands(const wchar_t* group) {
@@ -120,10 +111,11 @@ void RegisterLineStyleCommands(const wchar_t* group) {
     const wchar_t* name;
     AcRxFunctionPtr function;
   };
-  static constexpr Command kCommands[] = {
-      {L"LTLIST", &ListCommand},       {L"LTAPPEND", &AppendCommand},
-      {L"LTIMPORT", &ImportCommand},   {L"LTEXPORT", &ExportCommand},
-      {L"LTRESTORE", &RestoreCommand}, {L"KWPROJECT", &ProjectCommand}};
+  static constexpr Command kCommands[] = {{L"LTLIST", &ListCommand},
+                                          {L"LTAPPEND", &AppendCommand},
+                                          {L"LTIMPORT", &ImportCommand},
+                                          {L"LTEXPORT", &ExportCommand},
+                                          {L"LTRESTORE", &RestoreCommand}};
   for (const Command& command : kCommands) {
     acedRegCmds()->addCommand(group, command.name, command.name, 0, command.function);
   }

@@ -7,14 +7,13 @@
 //   LTIMPORT   copies named linetypes from another collection file into the collection
 //   LTEXPORT   writes named linetypes of the collection ("*": all) into another file
 //   LTRESTORE  creates named linetypes ("*": all of the collection) in the drawing
-//   KWPROJECT  sets the current project folder (its "Styles" folder holds the style files) and
-//              reads that project's line style collection
+// The project whose collection they use is set with KWPROJECT (StyleCommands.h).
 // Names are typed on one line separated by ","; a cancelled prompt ends the command without a
 // change. Every outcome is printed on the command line.
 #ifndef KW_EXAMPLES_STYLES_LINESTYLECOMMANDS_H_
 #define KW_EXAMPLES_STYLES_LINESTYLECOMMANDS_H_
 
-// Adds the six commands to the command group `group` (the module removes the group when it
+// Adds the five commands to the command group `group` (the module removes the group when it
 // unloads). The module's load handler calls this once.
 void RegisterLineStyleCommands(const wchar_t* group);
 

@@ -1,4 +1,5 @@
 #include "examples/styles/LineStyleCommands.h"
+#include "examples/styles/StyleCommands.h"
 
 #include <gtest/gtest.h>
 #include <stdlib.h>
@@ -40,6 +41,7 @@ class LineStyleCommands : public ::testing::Test {
   void SetUp() override {
     kwhost::ResetSession();
     RegisterLineStyleCommands(L"KWSTYLES");
+    kwstyles::RegisterProjectCommand(L"KWSTYLES");
     m_project = s_root / ::testing::UnitTest::GetInstance()->current_test_info()->name();
     fs::create_directories(m_project);
     KWRDPub::SetCurPrjPath(kw::WidePath(m_project.string()).c_str());
@@ -116,8 +118,7 @@ TEST_F(LineStyleCommands, ProjectCommandSwitchesTheCollection) {
   std::ofstream(m_project / "p2" / "Styles" / "LineTypes.xml")
       << "<LineTypeInfo><LineTypes><LineType Style=\"kw_p2\"/></LineTypes></LineTypeInfo>";
   EXPECT_EQ(Run(L"KWPROJECT", Path("p2")), L"\n项目文件夹 <" + kw::WidePath(m_project.string()) +
-                                               L">: \n线型库: " + Path("p2") +
-                                               L"/Styles/LineTypes.xml");
+                                               L">: \n项目文件夹: " + Path("p2"));
   EXPECT_NE(CLineStyleCollection::GetInstance()->GetLineStyle(L"KW_P2"), nullptr);
   Run(L"KWPROJECT", L"");
   EXPECT_EQ(KWRDPub::GetCurPrjPath(), Path("p2"));

@@ -1,6 +1,7 @@
 // The styles module's entry point: at load it unlocks itself and registers its commands in the
 // group "KWSTYLES"; at unload it removes the group, so that no command outlives the module.
 #include "examples/styles/LineStyleCommands.h"
+#include "examples/styles/StyleCommands.h"
 #include "host/api/accmd.h"
 #include "host/api/rx.h"
 
@@ -12,6 +13,9 @@ AcRx::AppRetCode Load(void* appId) {
   acrxDynamicLinker->unlockApplication(appId);
   acrxDynamicLinker->registerAppMDIAware(appId);
   RegisterLineStyleCommands(kGroup);
+  kwstyles::RegisterProjectCommand(kGroup);
+  kwstyles::RegisterTextStyleCommands(kGroup);
+  kwstyles::RegisterLayerCommands(kGroup);
   return AcRx::kRetOK;
 }
 

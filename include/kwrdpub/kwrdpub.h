@@ -52,5 +52,9 @@
 // ---------------------------------------------------------------- line styles (styles/)
 #include "styles/LineStyle.h"
 #include "styles/LineStyleCollection.h"
+// ---------------------------------------------------------------- text styles and layers (styles/)
+#include "styles/FontCollection.h"
+#include "styles/FontInfo.h"
+#include "styles/LayerInfo.h"
 
 #endif  // KWRDPUB_KWRDPUB_H_
