@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "common/text.h"
+#include "examples/styles/StyleCommands.h"
 #include "host/api/accmd.h"
 #include "host/api/aced.h"
 #include "host/api/acutads.h"
@@ -12,23 +13,7 @@
 
 namespace {
 
-// The whole answer line; false when the prompt was cancelled.
-bool AskLine(const wchar_t* prompt, std::wstring* answer) {
-  std::vector<wchar_t> buffer(kAcedStringBufferLen, L'\0');
-  if (acedGetString(1, prompt, buffer.data(), buffer.size()) != RTNORM) return false;
-  *answer = kw::Trim(buffer.data());
-  return true;
-}
-
-// The names of a "a,b,c" answer, blanks trimmed, empty ones left out.
-std::vector<std::wstring> SplitNames(const std::wstring& answer) {
-  std::vector<std::wstring> names;
-  for (const std::wstring& piece : kw::Split(answer, L',')) {
-    std::wstring name = kw::Trim(piece);
-    if (!name.empty()) names.push_back(std::move(name));
-  }
-  return names;
-}
+using kwstyles::AskLine;
 
 std::vector<std::wstring> CollectionNames() {
   std::vector<std::wstring> names;
@@ -39,9 +24,8 @@ std::vector<std::wstring> CollectionNames() {
 // The names asked for; "*" stands for `all`. False when cancelled or nothing was named.
 bool AskNames(const wchar_t* prompt, const std::vector<std::wstring>& all,
               std::vector<std::wstring>* names) {
-  std::wstring answer;
-  if (!AskLine(prompt, &answer)) return false;
-  *names = answer == L"*" ? all : SplitNames(answer);
+  if (!kwstyles::AskNames(prompt, names)) return false;
+  if (names->size() == 1 && (*names)[0] == L"*") *names = all;
   return !names->empty();
 }
 

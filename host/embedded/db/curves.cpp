@@ -191,11 +191,16 @@ KW_SETTER(AcDbBlockReference, setScaleFactors, const AcGeScale3d&, m_scale,
               Finite(value.sz))
 
 Acad::ErrorStatus AcDbBlockReference::getGeomExtents(AcDbExtents& extents) const {
-  // A block that (indirectly) references itself ends the walk at this depth.
+  // A block that (indirectly) references itself ends the walk at this depth. Blocks that insert
+  // the next one twice at every level make the walk exponential: one outermost call visits at
+  // most kMaxVisits entities and then has no extents.
   constexpr int kMaxDepth = 64;
+  constexpr int64_t kMaxVisits = 4'000'000;
   static int depth = 0;
+  static int64_t visits = 0;
   auto* block = AcDbBlockTableRecord::cast(kwhost::db::Peek(m_block));
-  if (!block || depth >= kMaxDepth) return Acad::eInvalidExtents;
+  if (depth == 0) visits = 0;
+  if (!block || depth >= kMaxDepth || visits > kMaxVisits) return Acad::eInvalidExtents;
   ++depth;
   Box box;
   Ecs ecs(m_normal);
@@ -207,11 +212,13 @@ Acad::ErrorStatus AcDbBlockReference::getGeomExtents(AcDbExtents& extents) const
     return m_position + ecs.toWorld(x * c - y * s, x * s + y * c, z);
   };
   for (AcDbObjectId id : kwhost::db::BlockEntities(*block)) {
+    if (++visits > kMaxVisits) break;
     auto* e = AcDbEntity::cast(kwhost::db::Peek(id));
     AcDbExtents inner;
     if (!e || e->isErased() || e->getGeomExtents(inner) != Acad::eOk) continue;
     box.addCorners(inner, place);
   }
   --depth;
+  if (visits > kMaxVisits) return Acad::eInvalidExtents;
   return box.out(extents);
 }

@@ -271,6 +271,29 @@ TEST_F(Entities, ExtentsOfCurvesTextAndReferences) {
   EXPECT_NEAR(db->extmax().y, 12, 1e-9);
 }
 
+TEST_F(Entities, ExtentsOfBlocksThatDoubleAtEveryLevelEndInsteadOfHanging) {
+  // B0 inserts B1 twice, B1 inserts B2 twice, ... : 2^40 lines below the outermost reference.
+  constexpr int kLevels = 40;
+  std::vector<AcDbObjectId> blocks;
+  for (int i = 0; i <= kLevels; ++i) {
+    blocks.push_back(NewBlock(*db, (L"B" + std::to_wstring(i)).c_str()));
+  }
+  Append(*db, new AcDbLine(AcGePoint3d(0, 0, 0), AcGePoint3d(1, 0, 0)),
+         (L"B" + std::to_wstring(kLevels)).c_str());
+  for (int i = 0; i < kLevels; ++i) {
+    const std::wstring name = L"B" + std::to_wstring(i);
+    Append(*db, new AcDbBlockReference(AcGePoint3d(0, 0, 0), blocks[i + 1]), name.c_str());
+    Append(*db, new AcDbBlockReference(AcGePoint3d(1, 0, 0), blocks[i + 1]), name.c_str());
+  }
+  AcDbBlockReference top(AcGePoint3d(0, 0, 0), blocks[0]);
+  AcDbExtents ext;
+  EXPECT_EQ(top.getGeomExtents(ext), Acad::eInvalidExtents);
+  // The budget is per outermost call: a small block right after still has its extents.
+  AcDbBlockReference small(AcGePoint3d(0, 0, 0), blocks[kLevels - 1]);
+  ASSERT_EQ(small.getGeomExtents(ext), Acad::eOk);
+  EXPECT_NEAR(ext.maxPoint().x, 2, 1e-12);
+}
+
 TEST_F(Entities, ExtentsFollowTheEntityPlane) {
   // A full circle in the plane x = const: no extent along x, the radius along y and z.
   AcDbCircle upright(AcGePoint3d(3, 0, 0), AcGeVector3d(1, 0, 0), 2);
