@@ -285,6 +285,10 @@ TEST_F(Selection, FiltersMatchTypesLayersColoursAndLogicalGroups) {
   EXPECT_EQ(run(acutBuildList(-4, L"<AND", RTDXF0, L"LINE", -4, L"<NOT", 8, L"0", -4, L"NOT>", -4,
                               L"AND>", 0)),
             Ids{line2Id});
+  EXPECT_EQ(run(acutBuildList(-4, L"<XOR", 8, L"Road", RTDXF0, L"LINE", -4, L"XOR>", 0)),
+            Ids{line1});
+  EXPECT_EQ(run(acutBuildList(-4, L"!=", 62, 256, 0)), Ids{line2Id});
+  EXPECT_EQ(run(acutBuildList(RTDXF0, L"~LINE", 0)), (Ids{circle, poly, insert}));
   EXPECT_EQ(run(acutBuildList(-4, L">", 40, 4.0, 0)), Ids{circle});
   // Any group of the code may pass: the polyline's vertex widths are 40 groups too.
   EXPECT_EQ(run(acutBuildList(-4, L"<", 40, 4.0, 0)), Ids{poly});
