@@ -11,9 +11,10 @@
 #include "app/RDPubApp.h"
 #include "common/encoding.h"
 #include "common/fileio.h"
-#include "services/paths.h"
+#include "common/testing/TempDir.h"
 #include "kwhost/embedded.h"
 #include "persist/RDUserConfig.h"
+#include "services/paths.h"
 
 namespace {
 
@@ -105,8 +106,9 @@ TEST_F(RDVarCommandTest, FailedSaveIsReportedAndTheNextSaveRetriesIt) {
 // folder every user may write to.
 TEST(RDVarCommandFolderTest, FolderOpenToOthersIsRefusedWithTheReason) {
   GTEST_FLAG_SET(death_test_style, "threadsafe");
-  char tmpl[] = "/tmp/kwrdvar-XXXXXX";
-  const std::string open = mkdtemp(tmpl);
+  // Static, so that the fresh process removes its own folder when it exits.
+  static const kwtest::TempDir temp("kwrdvar");
+  const std::string open = temp.path();
   ASSERT_EQ(chmod(open.c_str(), 0777), 0);
   const std::wstring w = kw::WidePath(open);
   EXPECT_EXIT(
@@ -126,7 +128,6 @@ TEST(RDVarCommandFolderTest, FolderOpenToOthersIsRefusedWithTheReason) {
         std::exit(ok ? 0 : 1);
       },
       ::testing::ExitedWithCode(0), "");
-  std::filesystem::remove_all(open);
 }
 
 }  // namespace

@@ -23,6 +23,7 @@
 
 #include "bench/bench_util.h"
 #include "common/fileio.h"
+#include "common/testing/TempDir.h"
 #include "host/api/dbents.h"
 #include "host/api/dbpl.h"
 #include "host/api/dbsymtb.h"
@@ -33,12 +34,10 @@ namespace {
 using kwbench::Clock;
 using kwbench::Seconds;
 
-std::string Folder() {
-  static const std::string dir = [] {
-    char tmpl[] = "/tmp/kw_bench_dxf_XXXXXX";
-    return std::string(mkdtemp(tmpl));
-  }();
-  return dir;
+// The benchmark's files, removed when the program ends.
+const std::string& Folder() {
+  static const kwtest::TempDir dir("kw_bench_dxf");
+  return dir.path();
 }
 
 AcDbObjectId Block(AcDbDatabase& db, const wchar_t* name) {
@@ -222,7 +221,5 @@ int main(int argc, char** argv) {
       .Counter("ezdxf write / ours", "write_100k", "ezdxf", ">= 50")
       .Times("save 100k / save 10k (linear: 10)", "save_100k", "save_10k", "about 10")
       .Times("save 1M / save 10k (linear: 100)", "save_1m", "save_10k", "about 100");
-  const int status = kwbench::RunBenchmarks(argc, argv, reporter);
-  std::filesystem::remove_all(Folder());
-  return status;
+  return kwbench::RunBenchmarks(argc, argv, reporter);
 }

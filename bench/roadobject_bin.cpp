@@ -8,12 +8,12 @@
 #include <unistd.h>
 
 #include <cstdlib>
-#include <filesystem>
 #include <string>
 #include <vector>
 
 #include "bench/bench_util.h"
 #include "common/fileio.h"
+#include "common/testing/TempDir.h"
 #include "persist/RoadObjectBin.h"
 
 namespace {
@@ -43,10 +43,9 @@ class CBenchManager : public KWCommonUtils::CRoadObjectBinManager {
   std::wstring m_folder;
 };
 
-std::string MakeFolder() {
-  char templ[] = "/tmp/kw_bench_rob_XXXXXX";
-  if (mkdtemp(templ) == nullptr) std::abort();
-  CBenchManager manager(kw::WidePath(templ));
+// Saves the benchmark's objects into the folder.
+void FillFolder(const kwtest::TempDir& folder) {
+  CBenchManager manager(folder.wpath());
   for (int i = 0; i < kFiles; ++i) {
     auto* object = new CBenchObject;
     object->SetName(L"Object" + std::to_wstring(i));
@@ -55,7 +54,6 @@ std::string MakeFolder() {
     manager.Add(object);
   }
   if (!manager.SaveAll()) std::abort();
-  return templ;
 }
 
 size_t PosixReadAll(const std::string& folder) {
@@ -77,8 +75,10 @@ size_t PosixReadAll(const std::string& folder) {
 }
 
 void load_all(benchmark::State& state) {
-  const std::string folder = MakeFolder();
-  CBenchManager manager(kw::WidePath(folder));
+  const kwtest::TempDir temp("kw_bench_rob");
+  FillFolder(temp);
+  const std::string& folder = temp.path();
+  CBenchManager manager(temp.wpath());
   double loadTime = 0, baseTime = 0;
   for (auto _ : state) {
     auto start = Clock::now();
@@ -92,7 +92,6 @@ void load_all(benchmark::State& state) {
     state.SetIterationTime(t);
   }
   state.counters["ratio"] = loadTime / baseTime;
-  std::filesystem::remove_all(folder);
 }
 
 }  // namespace

@@ -5,12 +5,12 @@
 #include <benchmark/benchmark.h>
 #include <stdlib.h>
 
-#include <filesystem>
 #include <string>
 #include <unordered_map>
 #include <vector>
 
 #include "bench/bench_util.h"
+#include "common/testing/TempDir.h"
 #include "persist/RDUserConfig.h"
 
 namespace {
@@ -20,9 +20,8 @@ using kwbench::Seconds;
 constexpr int kVars = 10'000;
 
 void get_int_10k(benchmark::State& state) {
-  char tmpl[] = "/tmp/kwbench_vars_XXXXXX";
-  const std::string dir = mkdtemp(tmpl);
-  setenv("KWRD_USER_DIR", dir.c_str(), 1);
+  const kwtest::TempDir dir("kwbench_vars");
+  setenv("KWRD_USER_DIR", dir.path().c_str(), 1);
   std::vector<std::wstring> names;
   std::unordered_map<std::wstring, int> plain;
   RDUserConfig::Clear();
@@ -52,7 +51,6 @@ void get_int_10k(benchmark::State& state) {
   }
   state.counters["ratio"] = oursTime / baseTime;
   RDUserConfig::Clear();
-  std::filesystem::remove_all(dir);
 }
 
 }  // namespace

@@ -6,15 +6,14 @@
 #include <benchmark/benchmark.h>
 #include <libxml/parser.h>
 #include <libxml/tree.h>
-#include <stdlib.h>
 
-#include <filesystem>
 #include <string>
 #include <vector>
 
 #include "bench/bench_util.h"
 #include "common/encoding.h"
 #include "common/fileio.h"
+#include "common/testing/TempDir.h"
 #include "persist/XMLPrivateProfile.h"
 
 namespace {
@@ -22,11 +21,6 @@ namespace {
 using kwbench::Clock;
 using kwbench::Seconds;
 constexpr int kKeys = 10'000;
-
-std::string TempDir() {
-  char tmpl[] = "/tmp/kwbench_profile_XXXXXX";
-  return mkdtemp(tmpl);
-}
 
 long ProfileRun(const std::wstring& path, const std::vector<std::wstring>& keys) {
   kw::Fs().RemoveFile(path);
@@ -75,9 +69,9 @@ long PlainRun(const std::wstring& path, const std::vector<std::string>& keys) {
 }
 
 void write_read_10k(benchmark::State& state) {
-  const std::string dir = TempDir();
-  const std::wstring ours = kw::WidePath(dir + "/ours.xml");
-  const std::wstring plain = kw::WidePath(dir + "/plain.xml");
+  const kwtest::TempDir dir("kwbench_profile");
+  const std::wstring ours = dir.WAt(L"ours.xml");
+  const std::wstring plain = dir.WAt(L"plain.xml");
   std::vector<std::wstring> keys;
   std::vector<std::string> narrow;
   for (int i = 0; i < kKeys; ++i) {
@@ -96,7 +90,6 @@ void write_read_10k(benchmark::State& state) {
     state.SetIterationTime(t);
   }
   state.counters["ratio"] = oursTime / baseTime;
-  std::filesystem::remove_all(dir);
 }
 
 }  // namespace

@@ -47,14 +47,16 @@ function(kw_folder_tests out dir)
   set(${out} ${all} PARENT_SCOPE)
 endfunction()
 
-# Adds one GoogleTest program made of the given sources and registers it with CTest.
+# Adds one GoogleTest program made of the given sources and registers it with CTest. Every test
+# program links the shared test helpers (kwtesting, common/testing/).
 function(kw_add_test_program name)
   cmake_parse_arguments(T "" "" "SOURCES;LIBS" ${ARGN})
   if(NOT KW_BUILD_TESTS OR NOT T_SOURCES)
     return()
   endif()
   add_executable(${name} ${T_SOURCES})
-  target_link_libraries(${name} PRIVATE ${T_LIBS} GTest::gtest GTest::gmock GTest::gtest_main)
+  target_link_libraries(${name} PRIVATE ${T_LIBS} kwtesting GTest::gtest GTest::gmock
+                                        GTest::gtest_main)
   add_test(NAME ${name} COMMAND ${name} --gtest_brief=1)
   set_tests_properties(${name} PROPERTIES ENVIRONMENT "ASAN_OPTIONS=detect_leaks=1;UBSAN_OPTIONS=print_stacktrace=1")
 endfunction()

@@ -16,7 +16,7 @@ foreach(tool rdpub kwtracelogo)
   endif()
 endforeach()
 
-foreach(dir app msg persist services editor common host/api)
+foreach(dir app msg persist services editor styles common host/api)
   install(DIRECTORY ${CMAKE_SOURCE_DIR}/${dir}/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kwrdpub/${dir}
           FILES_MATCHING PATTERN "*.h" PATTERN "internal" EXCLUDE)
 endforeach()

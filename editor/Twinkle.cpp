@@ -38,31 +38,15 @@ int StopGroup(int groupId, HWND hwnd) {
   return 1;
 }
 
-// Ends one blink's record once its entity is shown: the temporary outline is erased, any
-// other entity released and restored when no other blink holds it.
-void EndRecord(int id, const UENTINFO& r) {
-  auto& s = Twinkle();
-  auto temporary = s.temporaries.find(id);
-  if (temporary == s.temporaries.end()) {
-    if (KWRDPub::twinkle::Release(r.ent) == 0) KWRDPub::twinkle::Restore(r);
-    s.records.erase(id);
-    return;
-  }
-  if (!KWRDPub::twinkle::EraseTemporary(temporary->second)) return;
-  KWRDPub::twinkle::Release(r.ent);
-  s.temporaries.erase(temporary);
-  s.records.erase(id);
-}
-
 int StopOne(int id) {
   UENTINFO* r = Twinkle().records.find(id);
   if (!r) return 1;
   DocumentLock lock;
   if (r->state == kUndraw) {
-    if (!CanWrite(r->ent)) return 0;
+    if (!CanWrite(*r)) return 0;
     acedRedraw(r->ent, kDraw);
   }
-  EndRecord(id, *r);
+  KWRDPub::twinkle::EndRecord(id, *r);
   acedRedraw(nullptr, 0);
   return 1;
 }
@@ -72,7 +56,7 @@ void RestoreAll() {
   DocumentLock lock;
   for (const UENTINFO& r : s.records.all()) {
     KWRDPub::twinkle::Restore(r);
-    if (r.state == kUndraw && CanWrite(r.ent)) acedRedraw(r.ent, kDraw);
+    if (r.state == kUndraw && CanWrite(r)) acedRedraw(r.ent, kDraw);
   }
   s.records.clear();
   for (const auto& [id, objectId] : s.temporaries) KWRDPub::twinkle::EraseTemporary(objectId);

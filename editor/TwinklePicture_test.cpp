@@ -10,6 +10,7 @@
 #include "common/encoding.h"
 #include "common/testing/SvgRaster.h"
 #include "editor/Twinkle.h"
+#include "host/api/adsdef.h"
 #include "host/api/dbads.h"
 #include "host/api/dbents.h"
 #include "host/api/dbsymtb.h"
@@ -29,9 +30,16 @@ class BlinkPicture : public ::testing::Test {
     kwhost::SetManualClock(1000, 12, 0, 0);
     char tmpl[] = "/tmp/kw_blink_XXXXXX";
     folder = mkdtemp(tmpl);
-    // Two grey corner marks fix the view: (0,0) to (160,90), shown 10% taller.
-    Line(0, 0, 1, 0, 8);
-    Line(159, 90, 160, 90, 8);
+    // The window from (0,-4.5) to (160,94.5), 99 units high on the 1280 x 720 screen.
+    resbuf center{};
+    center.restype = RT3DPOINT;
+    center.resval.rpoint[0] = 80;
+    center.resval.rpoint[1] = 45;
+    kwhost::DefineSysVar(L"VIEWCTR", &center);
+    resbuf size{};
+    size.restype = RTREAL;
+    size.resval.rreal = 99;
+    kwhost::DefineSysVar(L"VIEWSIZE", &size);
     line = Line(20, 45, 140, 45, 1);
   }
   void TearDown() override {

@@ -2,9 +2,11 @@
 // object that reads fields of its own after the base fields.
 #include <cstddef>
 #include <cstdint>
+#include <string>
+#include <vector>
 
+#include "common/testing/MemFileSystem.h"
 #include "fuzz/alloc_bound.h"
-#include "fuzz/one_file_fs.h"
 #include "persist/RoadObjectBin.h"
 
 namespace {
@@ -38,7 +40,9 @@ class CFuzzManager : public KWCommonUtils::CRoadObjectBinManager {
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const AllocBound bound(size);
-  OneFileSystem fs(data, size);
+  kwtest::MemFileSystem fs;
+  fs.AddFile(L"/fuzz/input.obj", std::string(reinterpret_cast<const char*>(data), size));
+  fs.SetReadOnly(true);
   kw::ScopedFileSystem scope(&fs);
   CFuzzManager manager;
   std::wstring error;

@@ -1,17 +1,22 @@
-// Arbitrary bytes as an XML file read by the profile, the road object store and the DOM
-// wrappers, and as text handed to the store and the DOM. None of them may crash, hang, or grow
-// without bound; nothing reaches the disk (the one-file file system refuses writes).
+// Arbitrary bytes as an XML file read by the profile, the road object store, the DOM wrappers
+// and the line style and text style libraries, and as text handed to the store and the DOM.
+// None of them may crash, hang, or grow without bound; nothing reaches the disk (the read-only
+// in-memory file system refuses writes).
 #include <cstddef>
 #include <cstdint>
 #include <string>
 #include <vector>
 
 #include "common/encoding.h"
+#include "common/testing/MemFileSystem.h"
 #include "examples/laneitems/LaneItems.h"
-#include "fuzz/one_file_fs.h"
+#include "kwhost/embedded.h"
 #include "persist/KWXMLDOM.h"
 #include "persist/RoadObjectXML.h"
 #include "persist/XMLPrivateProfile.h"
+#include "services/paths.h"
+#include "styles/FontCollection.h"
+#include "styles/LineStyleCollection.h"
 
 namespace {
 
@@ -60,14 +65,59 @@ void Dom(const std::wstring& text) {
   doc.GetXml();
 }
 
+// The input as the project's "Styles/LineTypes.xml": loaded, listed, checked and restored into
+// a new drawing (every problem is a printed refusal).
+void LineTypes() {
+  static const bool session = (kwhost::ResetSession(), true);
+  (void)session;
+  KWRDPub::SetCurPrjPath(L"/in");
+  CLineStyleCollection* lines = CLineStyleCollection::GetInstance();
+  std::vector<std::wstring> names;
+  lines->GetAllLineType(names);
+  for (const std::wstring& name : names) {
+    const CLineStyle* style = lines->GetLineStyle(name.c_str());
+    style->IsOK();
+    style->GetOffset();
+    style->GetText();
+  }
+  kwhost::CloseAllDocuments();
+  kwhost::NewDrawing();
+  lines->RestoreLinetype();
+  KWRDPub::GetLineTypeId(L"GAS_LINE");
+  CLineStyleCollection::Destroy();
+  kwhost::TakeOutput();
+  kwhost::TakeMessageBoxes();
+}
+
+// The input as the project's "Styles/TextStyles.xml" (the project set by LineTypes): loaded, listed
+// and exported (the export is refused by the file system).
+void TextStyles() {
+  CFontCollection* fonts = CFontCollection::GetInstance();
+  std::vector<std::wstring> names;
+  fonts->GetAllTextStyle(names);
+  FONTINFO info{};
+  for (const std::wstring& name : names) fonts->GetFontInfo(name.c_str(), info);
+  fonts->ExportFont(names, L"/out/TextStyles.xml");
+  CFontCollection::Destroy();
+  kwhost::TakeOutput();
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  OneFileSystem fs(data, size);
+  kwtest::MemFileSystem fs;
+  const std::string bytes(reinterpret_cast<const char*>(data), size);
+  for (const wchar_t* path : {L"/in/config.xml", L"/in/items.xml", L"/in/TextStyles.xml",
+                              L"/in/Styles/LineTypes.xml", L"/in/Styles/TextStyles.xml"}) {
+    fs.AddFile(path, bytes);
+  }
+  fs.SetReadOnly(true);
   kw::ScopedFileSystem scope(&fs);
   std::wstring text = kw::FromUtf8(std::string_view(reinterpret_cast<const char*>(data), size));
   Profile();
   Store(text);
   Dom(text);
+  LineTypes();
+  TextStyles();
   return 0;
 }

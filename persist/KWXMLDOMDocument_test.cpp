@@ -1,14 +1,12 @@
 #include "persist/KWXMLDOM.h"
 
 #include <gtest/gtest.h>
-#include <stdlib.h>
 
-#include <filesystem>
 #include <fstream>
 #include <iterator>
 
-#include "common/encoding.h"
 #include "common/fileio.h"
+#include "common/testing/TempDir.h"
 
 namespace {
 
@@ -17,12 +15,7 @@ const wchar_t kTemplate[] =
 
 class KWXMLDOMDocumentTest : public ::testing::Test {
  protected:
-  void SetUp() override {
-    char tmpl[] = "/tmp/kwdom_XXXXXX";
-    dir_ = mkdtemp(tmpl);
-    path_ = kw::WidePath(dir_ + "/TextStyles.xml");
-  }
-  void TearDown() override { std::filesystem::remove_all(dir_); }
+  void SetUp() override { path_ = kw::WidePath(dir_ + "/TextStyles.xml"); }
   std::string FileBytes() const {
     std::ifstream in(kw::NativePath(path_), std::ios::binary);
     return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
@@ -35,7 +28,8 @@ class KWXMLDOMDocumentTest : public ::testing::Test {
     parent.appendChild(child);
   }
 
-  std::string dir_;
+  kwtest::TempDir temp_{"kwdom"};
+  std::string dir_ = temp_.path();
   std::wstring path_;
 };
 
@@ -57,9 +51,7 @@ TEST_F(KWXMLDOMDocumentTest, Gb2312TextStylesRoundTrip) {
   const std::string expected =
       "<?xml version=\"1.0\" encoding=\"GB2312\"?>\n<TextStyles>\n"
       "  <TextStyle Name=\"KWStandard\" MapStyle=\"\" AutoRestore=\"1\">\n"
-      "    <TypeFace>" +
-      kw::ToGbk(L"楷体_GB2312") +
-      "</TypeFace>\n"
+      "    <TypeFace>\xbf\xac\xcc\xe5_GB2312</TypeFace>\n"  // 楷体 in GBK
       "    <PriorSize>149.394309</PriorSize>\n  </TextStyle>\n</TextStyles>\n";
   EXPECT_EQ(FileBytes(), expected);
 

@@ -3,7 +3,6 @@
 // peak allocation stays within a small multiple of the input for any flood of cheap elements.
 // Failed allocations give false, never an exception.
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <cstdlib>
 #include <cstring>
@@ -13,6 +12,7 @@
 #include "common/encoding.h"
 #include "common/fileio.h"
 #include "common/testing/AllocMeter.h"
+#include "common/testing/MemFileSystem.h"
 #include "persist/Model.h"
 #include "persist/RDDwgFiler.h"
 
@@ -112,6 +112,18 @@ TEST(ModelMemoryTest, TheMeterSeesTheLibrarysAllocations) {
   EXPECT_GE(meter.PeakBytes(), 5000 * 4);
 }
 
+// The total counts every block, freed ones too; the peak only what was live at once.
+TEST(ModelMemoryTest, TheMeterTotalsFreedBlocksThatThePeakLeavesOut) {
+  kwtest::AllocMeter meter;
+  for (int i = 0; i < 4; ++i) {
+    CRDDwgFiler filer;
+    filer.writeString(std::wstring(5000, L'x').c_str());
+  }
+  // Four equal rounds, each freed before the next.
+  EXPECT_GE(meter.PeakBytes(), 5000 * 4);
+  EXPECT_GE(meter.TotalBytes(), 3 * meter.PeakBytes());
+}
+
 TEST(ModelMemoryTest, FloodsOfCheapElementsStayWithinTheInputsBound) {
   for (const Flood& flood : kFloods) {
     const std::string bytes = flood.make();
@@ -148,18 +160,13 @@ TEST(ModelMemoryTest, SnapshotOfAFloodStaysWithinTheInputsBound) {
   const std::string header =
       Int32(3) + std::string("\x02\0\0\0", 4) + Str(L"") + Int32(static_cast<int32_t>(body.size()));
   const std::string file = Int32(static_cast<int32_t>(4 + header.size())) + header + body;
-  char dir[] = "/tmp/kw_modelmem_XXXXXX";
-  ASSERT_NE(mkdtemp(dir), nullptr);
-  const std::wstring path = kw::WidePath(dir) + L"/flood.kwm";
-  ASSERT_TRUE(kw::Fs().WriteFileAtomic(path, file));
-  {
-    kwtest::AllocMeter meter;
-    DataModel read;
-    EXPECT_FALSE(CModel::LoadSnapShotSimple(path.c_str(), &read, 3));
-    EXPECT_LE(meter.PeakBytes(), Bound(file.size()));
-  }
-  kw::Fs().RemoveFile(path);
-  rmdir(dir);
+  kwtest::MemFileSystem disk;
+  disk.AddFile(L"/flood.kwm", file);
+  kw::ScopedFileSystem scope(&disk);
+  kwtest::AllocMeter meter;
+  DataModel read;
+  EXPECT_FALSE(CModel::LoadSnapShotSimple(L"/flood.kwm", &read, 3));
+  EXPECT_LE(meter.PeakBytes(), Bound(file.size()));
 }
 
 // A filer that runs out of memory at its n-th Int32 read.

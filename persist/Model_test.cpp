@@ -4,7 +4,6 @@
 #include <unistd.h>
 
 #include <cstring>
-#include <filesystem>
 #include <iterator>
 #include <random>
 #include <string>
@@ -12,6 +11,8 @@
 
 #include "common/encoding.h"
 #include "common/fileio.h"
+#include "common/testing/AllocMeter.h"
+#include "common/testing/TempDir.h"
 #include "persist/RDDwgFiler.h"
 
 using namespace KWModel3DView;
@@ -76,9 +77,11 @@ TEST(ModelDataTest, ZeroVertexCountWritesTheCountAlone) {
   model.batches.resize(1);
   model.batches[0].value = 0x01020304;
   CModel::WriteModelData(&model, &filer);
-  const std::string bytes = Bytes(filer);
   const std::string batch = std::string("\x04\x03\x02\x01", 4) + Int32(0) + Int32(0);
-  EXPECT_NE(bytes.find(Int32(1) + batch + Int32(0) + std::string("\x01", 1)), std::string::npos);
+  const std::string expected = Str(L"KWMDNEW") + std::string("\x02\x00", 2) + Str(L"") +
+                               std::string("\x00\x00\x00\x00\x00", 5) + Int32(0) + Int32(1) +
+                               batch + Int32(0) + std::string("\x01", 1) + Int32(0);
+  EXPECT_EQ(Bytes(filer), expected);
 }
 
 TEST(ModelDataTest, FullModelRoundTrips) {
@@ -276,20 +279,15 @@ TEST(ModelDataTest, NestingDeeperThan256Fails) {
 
 class SnapshotTest : public ::testing::Test {
  protected:
-  void SetUp() override {
-    char templ[] = "/tmp/kw_model_XXXXXX";
-    ASSERT_NE(mkdtemp(templ), nullptr);
-    m_dir = templ;
-    m_path = kw::WidePath(m_dir) + L"/snap.kwm";
-  }
-  void TearDown() override { std::filesystem::remove_all(m_dir); }
+  void SetUp() override { m_path = kw::WidePath(m_dir) + L"/snap.kwm"; }
   std::string ReadFile() const {
     std::string bytes;
     kw::Fs().ReadFile(m_path, &bytes);
     return bytes;
   }
 
-  std::string m_dir;
+  kwtest::TempDir m_temp{"kw_model"};
+  std::string m_dir = m_temp.path();
   std::wstring m_path;
 };
 
@@ -354,12 +352,14 @@ TEST_F(SnapshotTest, EveryTagReadsBack) {
   }
 }
 
-TEST_F(SnapshotTest, LengthsTheFileCannotHoldFail) {
+TEST_F(SnapshotTest, LengthsTheFileCannotHoldFailWithoutAllocatingThem) {
   DataModel read;
   for (const std::string& bytes : {std::string("\x01", 1), Int32(1000) + Int32(0),
                                    Int32(3) + Int32(0), Int32(12) + Int32(0) + Int32(0x7FFFFFF0)}) {
     ASSERT_TRUE(kw::Fs().WriteFileAtomic(m_path, bytes));
+    kwtest::AllocMeter meter;
     EXPECT_FALSE(CModel::LoadSnapShotSimple(m_path.c_str(), &read, 9));
+    EXPECT_LE(meter.PeakBytes(), 1024);  // the file's bytes and its path, nothing the lengths ask
   }
 }
 

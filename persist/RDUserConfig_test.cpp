@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 #include <stdlib.h>
 
-#include <atomic>
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
@@ -11,54 +10,37 @@
 
 #include "common/fileio.h"
 #include "common/format.h"
+#include "common/testing/AllocMeter.h"
+#include "common/testing/TempDir.h"
 #include "kwhost/embedded.h"
-#include "services/paths.h"
 #include "persist/XMLPrivateProfile.h"
-
-#if defined(__SANITIZE_ADDRESS__)
-// From the sanitizer runtime's allocator interface (its header is not installed with gcc).
-extern "C" int __sanitizer_install_malloc_and_free_hooks(void (*)(const volatile void*, size_t),
-                                                         void (*)(const volatile void*));
-#endif
+#include "services/paths.h"
 
 namespace {
 
-std::atomic<bool> g_counting{false};
-std::atomic<int64_t> g_allocatedBytes{0};
-
-[[maybe_unused]] void OnMalloc(const volatile void*, size_t size) {
-  if (g_counting.load(std::memory_order_relaxed)) g_allocatedBytes += static_cast<int64_t>(size);
-}
-[[maybe_unused]] void OnFree(const volatile void*) {}
-
 // The bytes every heap allocation of the process (C and C++, libxml2's included) asked for while
-// run ran, frees not subtracted; -1 when this build cannot see them (no sanitizer hooks).
+// run ran, frees not subtracted; -1 when this build cannot see C allocations.
 template <typename Run>
 int64_t BytesAllocatedBy(Run run) {
-#if defined(__SANITIZE_ADDRESS__)
-  static const bool installed = __sanitizer_install_malloc_and_free_hooks(&OnMalloc, &OnFree) != 0;
-  g_allocatedBytes = 0;
-  g_counting = true;
+  if (!kwtest::AllocMeterSeesMalloc()) {
+    run();
+    return -1;
+  }
+  kwtest::AllocMeter meter;
   run();
-  g_counting = false;
-  return installed ? g_allocatedBytes.load() : -1;
-#else
-  run();
-  return -1;
-#endif
+  return meter.TotalBytes();
 }
 
 // The per-user folder is fixed for the life of the process: point it at a temporary folder
-// before anything asks for it.
+// (removed when the program ends) before anything asks for it.
 const std::string& UserDir() {
   static const std::string dir = [] {
     if (const char* set = getenv("KWRD_USER_DIR"); set != nullptr && *set != '\0') {
       return std::string(set);
     }
-    char tmpl[] = "/tmp/kwuser_XXXXXX";
-    std::string made = mkdtemp(tmpl);
-    setenv("KWRD_USER_DIR", made.c_str(), 1);
-    return made;
+    static const kwtest::TempDir made("kwuser");
+    setenv("KWRD_USER_DIR", made.path().c_str(), 1);
+    return made.path();
   }();
   return dir;
 }

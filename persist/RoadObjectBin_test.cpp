@@ -14,6 +14,7 @@
 #include "common/encoding.h"
 #include "common/fileio.h"
 #include "common/guid.h"
+#include "common/testing/TempDir.h"
 
 namespace KWCommonUtils {
 namespace {
@@ -75,13 +76,7 @@ constexpr GUID kOtherId = {1, 2, 3, {4, 5, 6, 7, 8, 9, 10, 11}};
 
 class RoadObjectBinTest : public ::testing::Test {
  protected:
-  void SetUp() override {
-    char templ[] = "/tmp/kw_roadbin_XXXXXX";
-    ASSERT_NE(mkdtemp(templ), nullptr);
-    m_dir = templ;
-    m_folder = kw::WidePath(m_dir) + L"/lanes";
-  }
-  void TearDown() override { std::filesystem::remove_all(m_dir); }
+  void SetUp() override { m_folder = kw::WidePath(m_dir) + L"/lanes"; }
 
   CLaneObject* AddLane(CLaneManager& manager, const wchar_t* name, GUID id) {
     auto* lane = new CLaneObject;
@@ -105,7 +100,8 @@ class RoadObjectBinTest : public ::testing::Test {
     ASSERT_TRUE(kw::Fs().WriteFileAtomic(m_folder + L"/" + name, bytes));
   }
 
-  std::string m_dir;
+  kwtest::TempDir m_temp{"kw_roadbin"};
+  std::string m_dir = m_temp.path();
   std::wstring m_folder;
 };
 

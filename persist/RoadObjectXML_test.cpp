@@ -1,12 +1,11 @@
 #include "persist/RoadObjectXML.h"
 
 #include <gtest/gtest.h>
-#include <stdlib.h>
 
-#include <filesystem>
 #include <fstream>
 
 #include "common/fileio.h"
+#include "common/testing/TempDir.h"
 
 namespace {
 
@@ -57,13 +56,9 @@ class CSectionManager : public CRoadObjectXMLManager {
 
 class RoadObjectXMLTest : public ::testing::Test {
  protected:
-  void SetUp() override {
-    char tmpl[] = "/tmp/kwstore_XXXXXX";
-    dir_ = mkdtemp(tmpl);
-  }
-  void TearDown() override { std::filesystem::remove_all(dir_); }
   std::wstring Folder() const { return kw::WidePath(dir_ + "/sub"); }
-  std::string dir_;
+  kwtest::TempDir temp_{"kwstore"};
+  std::string dir_ = temp_.path();
 };
 
 TEST_F(RoadObjectXMLTest, ExportImportKeepsOrderIdsValuesAndDefault) {
@@ -88,12 +83,19 @@ TEST_F(RoadObjectXMLTest, ExportImportKeepsOrderIdsValuesAndDefault) {
   EXPECT_EQ(in.GetDefaultItem(), 1);
   EXPECT_EQ(in.DefaultItem(), in.At(1));
 
-  std::wstring text = out.SaveXMLString({}, nullptr);
-  EXPECT_NE(text.find(L"<Sections>\n    <default>1</default>\n    <Section guid=\"" +
-                      KWRDPub::GUIDToStr(out.At(0)->ID()) +
-                      L"\" name=\"A\" desc=\"\" width=\"3.5\" lanes=\"2\" paved=\"1\"/>"),
-            std::wstring::npos)
-      << text;
+  EXPECT_EQ(out.SaveXMLString({}, nullptr),
+            L"<?xml version=\"1.0\"?>\n<kwrd>\n  <Sections>\n    <default>1</default>\n"
+            L"    <Section guid=\"" +
+                KWRDPub::GUIDToStr(out.At(0)->ID()) +
+                L"\" name=\"A\" desc=\"\" width=\"3.5\" lanes=\"2\" paved=\"1\"/>\n"
+                L"    <Section guid=\"" +
+                KWRDPub::GUIDToStr(out.At(1)->ID()) +
+                L"\" name=\"B\" desc=\"说明 &amp; &lt;x&gt;\" width=\"0.3333333333333333\" "
+                L"lanes=\"2\" paved=\"1\"/>\n"
+                L"    <Section guid=\"" +
+                KWRDPub::GUIDToStr(out.At(2)->ID()) +
+                L"\" name=\"C\" desc=\"\" width=\"7\" lanes=\"2\" paved=\"1\"/>\n"
+                L"  </Sections>\n</kwrd>\n");
 }
 
 TEST_F(RoadObjectXMLTest, LoadingMergesByIdAndFiltersByName) {

@@ -1,27 +1,21 @@
 #include "persist/XMLPrivateProfile.h"
 
 #include <gtest/gtest.h>
-#include <stdlib.h>
 
 #include <cmath>
 #include <cstring>
-#include <filesystem>
 #include <fstream>
 #include <iterator>
 
 #include "common/encoding.h"
 #include "common/fileio.h"
+#include "common/testing/TempDir.h"
 
 namespace {
 
 class XMLPrivateProfileTest : public ::testing::Test {
  protected:
-  void SetUp() override {
-    char tmpl[] = "/tmp/kwprofile_XXXXXX";
-    dir_ = mkdtemp(tmpl);
-    path_ = kw::WidePath(dir_ + "/p.xml");
-  }
-  void TearDown() override { std::filesystem::remove_all(dir_); }
+  void SetUp() override { path_ = kw::WidePath(dir_ + "/p.xml"); }
 
   std::string FileBytes() const {
     std::ifstream in(dir_ + "/p.xml", std::ios::binary);
@@ -31,7 +25,8 @@ class XMLPrivateProfileTest : public ::testing::Test {
     std::ofstream(dir_ + "/p.xml", std::ios::binary) << bytes;
   }
 
-  std::string dir_;
+  kwtest::TempDir temp_{"kwprofile"};
+  std::string dir_ = temp_.path();
   std::wstring path_;
 };
 

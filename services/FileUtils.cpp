@@ -1,9 +1,9 @@
 #include "services/FileUtils.h"
 
+#include <charconv>
 #include <cmath>
 
 #include "common/fileio.h"
-#include "common/format.h"
 #include "common/text.h"
 
 namespace FileUtils {
@@ -26,7 +26,12 @@ std::wstring FormatString(double value, int decimals, bool bKeepZeros) {
   if (count >= 5 && std::fabs(value - whole) < std::pow(10.0, -count)) {
     value = whole;
   }
-  std::wstring text = kw::FormatW(L"%.*f", count, value);
+  // The text of "%.*f" in the C locale, without going through printf (line style files write
+  // thousands of these).
+  char digits[400];
+  const std::to_chars_result end =
+      std::to_chars(digits, digits + sizeof(digits), value, std::chars_format::fixed, count);
+  std::wstring text(digits, end.ptr);
   if (!bKeepZeros && text.find(L'.') != std::wstring::npos) {
     text = kw::TrimRight(text, L"0");
     if (text.back() == L'.') text.pop_back();

@@ -23,4 +23,14 @@ TEST(FileUtilsTest, FormatStringKeepsAtMostTheGivenDecimals) {
   EXPECT_EQ(KWRDPub::FormatString(10.0, 0, false), L"10");
 }
 
+TEST(FileUtilsTest, FormatStringRoundsAndWritesAsPrintfDoes) {
+  EXPECT_EQ(KWRDPub::FormatString(0.125, 2, false), L"0.12");  // exact halves go to even
+  EXPECT_EQ(KWRDPub::FormatString(2.5, 0, false), L"2");
+  EXPECT_EQ(KWRDPub::FormatString(-1.5, 0, false), L"-2");
+  EXPECT_EQ(KWRDPub::FormatString(1e20, 6, false), L"100000000000000000000");
+  EXPECT_EQ(KWRDPub::FormatString(-1.7976931348623157e308, 2, true).size(), 313u);
+  EXPECT_EQ(KWRDPub::FormatString(0.1, 30, true), L"0.10000000000000000555");  // 20 at most
+  EXPECT_EQ(KWRDPub::FormatString(-6.35, 6, false), L"-6.35");
+}
+
 }  // namespace

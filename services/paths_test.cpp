@@ -8,9 +8,11 @@
 
 #include <cstdio>
 #include <filesystem>
+#include <optional>
 
 #include "common/encoding.h"
 #include "common/fileio.h"
+#include "common/testing/TempDir.h"
 
 namespace {
 
@@ -21,18 +23,20 @@ namespace fs = std::filesystem;
 class PathsTest : public ::testing::Test {
  protected:
   static void SetUpTestSuite() {
-    char tmpl[] = "/tmp/kwpaths-XXXXXX";
-    root_ = mkdtemp(tmpl);
+    temp_.emplace("kwpaths");
+    root_ = temp_->path();
     setenv("KWRD_INSTALL_DIR", (root_ + "/install//").c_str(), 1);
     setenv("KWRD_USER_DIR", (root_ + "/user\\").c_str(), 1);
     setenv("KWRD_APPDATA_DIR", (root_ + "/appdata/").c_str(), 1);
     setenv("KWRD_WORK_DIR", ("  " + root_ + "/work/\\  ").c_str(), 1);
   }
-  static void TearDownTestSuite() { fs::remove_all(root_); }
+  static void TearDownTestSuite() { temp_.reset(); }
   static std::wstring W(const std::string& s) { return kw::WidePath(root_ + s); }
 
+  static std::optional<kwtest::TempDir> temp_;
   static std::string root_;
 };
+std::optional<kwtest::TempDir> PathsTest::temp_;
 std::string PathsTest::root_;
 
 TEST_F(PathsTest, PathsAreHandedOutWithoutTrailingSeparators) {
@@ -103,8 +107,9 @@ TEST_F(UserFolderTest, WithoutHomeFoldersComeFromThePasswordDatabase) {
 // A per-user folder another user could plant settings in is refused with a reason, and a later
 // call checks again.
 TEST_F(UserFolderTest, FoldersOpenToOthersOrOwnedByThemAreRefused) {
-  char tmpl[] = "/tmp/kwuserdir-XXXXXX";
-  const std::string root = mkdtemp(tmpl);
+  // Static, so that the fresh process removes its own folder when it exits.
+  static const kwtest::TempDir temp("kwuserdir");
+  const std::string root = temp.path();
   fs::create_directories(root + "/open");
   fs::create_directories(root + "/theirs/mine");
   fs::create_directories(root + "/sticky/mine");
@@ -131,7 +136,6 @@ TEST_F(UserFolderTest, FoldersOpenToOthersOrOwnedByThemAreRefused) {
         std::exit(ok ? 0 : 1);
       },
       ::testing::ExitedWithCode(0), "");
-  fs::remove_all(root);
 }
 
 }  // namespace

@@ -4,22 +4,24 @@
 #include <sys/wait.h>
 
 #include <cstdio>
-#include <filesystem>
 #include <fstream>
+#include <optional>
 #include <sstream>
 #include <string>
+
+#include "common/testing/TempDir.h"
 
 namespace {
 
 class RdpubDrawing : public ::testing::Test {
  protected:
   static void SetUpTestSuite() {
-    char tmpl[] = "/tmp/kw_rdpub_dxf_XXXXXX";
-    dir_ = mkdtemp(tmpl);
+    temp_.emplace("kw_rdpub_dxf");
+    dir_ = temp_->path();
     setenv("KWRD_USER_DIR", (dir_ + "/user").c_str(), 1);
     setenv("KWRD_WORK_DIR", (dir_ + "/work").c_str(), 1);
   }
-  static void TearDownTestSuite() { std::filesystem::remove_all(dir_); }
+  static void TearDownTestSuite() { temp_.reset(); }
 
   // rdpub on `drawing` with the input lines; its standard output.
   static std::string Run(const std::string& drawing, const std::string& input) {
@@ -40,14 +42,16 @@ class RdpubDrawing : public ::testing::Test {
     s << in.rdbuf();
     return s.str();
   }
+  static std::optional<kwtest::TempDir> temp_;
   static std::string dir_;
 };
+std::optional<kwtest::TempDir> RdpubDrawing::temp_;
 std::string RdpubDrawing::dir_;
 
 TEST_F(RdpubDrawing, AMissingDrawingStartsNewAndSaveWritesItWithABackup) {
   const std::string path = dir_ + "/road.dxf";
   EXPECT_EQ(Run(path, "LIST\nSAVE\nSAVE\nQUIT\n"), "\n图形: " + path + "\n已保存。\n已保存。");
-  EXPECT_NE(Read(path).find("$ACADVER\n  1\nAC1015\n"), std::string::npos);
+  EXPECT_EQ(Read(path).substr(0, 47), "  0\nSECTION\n  2\nHEADER\n  9\n$ACADVER\n  1\nAC1015\n");
   EXPECT_EQ(Read(dir_ + "/road.bak"), Read(path));
 }
 

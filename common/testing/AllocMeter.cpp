@@ -11,10 +11,12 @@ std::atomic<bool> g_on{false};
 std::atomic<int64_t> g_count{0};
 std::atomic<int64_t> g_live{0};  // bytes live beyond the level at the start
 std::atomic<int64_t> g_peak{0};
+std::atomic<int64_t> g_total{0};  // bytes asked for, frees not subtracted
 
 void Allocated(size_t size) {
   if (!g_on.load(std::memory_order_relaxed)) return;
   g_count.fetch_add(1, std::memory_order_relaxed);
+  g_total.fetch_add(static_cast<int64_t>(size), std::memory_order_relaxed);
   const int64_t live = g_live.fetch_add(static_cast<int64_t>(size)) + static_cast<int64_t>(size);
   int64_t peak = g_peak.load(std::memory_order_relaxed);
   while (live > peak && !g_peak.compare_exchange_weak(peak, live)) {
@@ -57,6 +59,10 @@ bool InstallHooks() {
 }  // namespace
 
 bool AllocMeterWorks() {
+  return InstallHooks();
+}
+
+bool AllocMeterSeesMalloc() {
   return InstallHooks();
 }
 
@@ -124,6 +130,10 @@ namespace kwtest {
 bool AllocMeterWorks() {
   return true;
 }
+
+bool AllocMeterSeesMalloc() {
+  return false;
+}
 }  // namespace kwtest
 
 #endif
@@ -135,6 +145,7 @@ AllocMeter::AllocMeter() {
   g_count = 0;
   g_live = 0;
   g_peak = 0;
+  g_total = 0;
   g_on = true;
 }
 
@@ -148,6 +159,10 @@ int64_t AllocMeter::Count() const {
 
 int64_t AllocMeter::PeakBytes() const {
   return g_peak.load();
+}
+
+int64_t AllocMeter::TotalBytes() const {
+  return g_total.load();
 }
 
 }  // namespace kwtest

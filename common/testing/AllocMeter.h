@@ -29,10 +29,16 @@ class AllocMeter {
   int64_t Count() const;
   // The largest number of bytes that were live at once, beyond those live at the start.
   int64_t PeakBytes() const;
+  // The bytes all allocations since the start asked for, frees not subtracted: what a reader
+  // costs in transient buffers too.
+  int64_t TotalBytes() const;
 };
 
 // True when the program counts allocations at all (false only if neither way is available).
 bool AllocMeterWorks();
+// True when C allocations (malloc, libxml2's) are counted too, not only operator new: only under
+// AddressSanitizer. Tests of readers that allocate through C libraries skip without it.
+bool AllocMeterSeesMalloc();
 
 }  // namespace kwtest
 

@@ -162,6 +162,7 @@ int StartOne(const ads_name ent, int colorIndex, const wchar_t* linetype, double
   int count = 0;
   if (acdbGetObjectId(id, ent) == Acad::eOk) {
     count = ++s.refCounts[id.asOldId()];
+    r.objectId = id;
     Restyle(id, r);
   }
   StartTimer();
@@ -172,9 +173,9 @@ int StartOne(const ads_name ent, int colorIndex, const wchar_t* linetype, double
   return twinkleId;
 }
 
-bool CanWrite(const ads_name ent) {
-  AcDbObjectId id;
-  if (acdbGetObjectId(id, ent) != Acad::eOk) return false;
+bool CanWrite(const UENTINFO& record) {
+  AcDbObjectId id = record.objectId;
+  if (id.isNull() && acdbGetObjectId(id, record.ent) != Acad::eOk) return false;
   AcDbEntity* entity = nullptr;
   if (acdbOpenAcDbEntity(entity, id, AcDb::kForWrite) != Acad::eOk) return false;
   entity->close();
@@ -207,6 +208,20 @@ int Release(const ads_name ent) {
   if (left <= 0) counts.erase(it);
   if (counts.empty()) counts = {};
   return left > 0 ? left : 0;
+}
+
+void EndRecord(int id, const UENTINFO& r) {
+  State& s = Twinkle();
+  auto temporary = s.temporaries.find(id);
+  if (temporary == s.temporaries.end()) {
+    if (Release(r.ent) == 0) Restore(r);
+    s.records.erase(id);
+    return;
+  }
+  if (!EraseTemporary(temporary->second)) return;
+  Release(r.ent);
+  s.temporaries.erase(temporary);
+  s.records.erase(id);
 }
 
 bool EraseTemporary(int64_t objectId) {

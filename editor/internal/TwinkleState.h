@@ -51,6 +51,9 @@ struct UENTINFO {
   double origWidth = -1.0;
   int32_t kind = kOther;
   ads_name ent = {0, 0};
+  // The entity's object id as found when the blink started (null: not found then, so it is
+  // looked up again each time); a tick then needs no lookup per entity.
+  AcDbObjectId objectId;
 };
 
 // The running blinks by id, kept in one array so that a tick walks them in memory order.
@@ -98,13 +101,17 @@ class DocumentLock {
 // Starts one blink of the entity `ent` (the steps every form shares): its id.
 int StartOne(const ads_name ent, int colorIndex, const wchar_t* linetype, double width,
              unsigned long duration);
-// Opens the entity for write and closes it again: false when it can't be opened (a blink then
-// leaves it as it is).
-bool CanWrite(const ads_name ent);
+// Opens the record's entity for write and closes it again: false when its id can't be found
+// or it can't be opened (a blink then leaves it as it is).
+bool CanWrite(const UENTINFO& record);
 // Puts the record's saved colour, linetype and width back; failures to open are ignored.
 void Restore(const UENTINFO& record);
 // Lowers the entity's reference count by one (when it has one): the count left, 0 when none.
 int Release(const ads_name ent);
+// Ends one blink: a temporary outline is erased (the record stays when it can't be), any other
+// entity released and restored when no other blink holds it; the record is dropped. `r` is the
+// record of `id` and is gone afterwards.
+void EndRecord(int id, const UENTINFO& r);
 // Erases the temporary polyline of that object id: true when it is erased.
 bool EraseTemporary(int64_t objectId);
 // Reports an unexpected failure to the user.

@@ -18,7 +18,7 @@ std::vector<int> BlinkAll(DWORD now) {
     if (r.duration != static_cast<DWORD>(kTwinkleInfinite) && now - r.startTick >= r.duration) {
       expired.push_back(r.id);
     }
-    if (r.state == s.phase || !CanWrite(r.ent)) continue;
+    if (r.state == s.phase || !CanWrite(r)) continue;
     if (acedRedraw(r.ent, s.phase) != RTNORM) continue;
     acedRedraw(r.ent, kUnhighlight);
     r.state = s.phase;
@@ -26,23 +26,16 @@ std::vector<int> BlinkAll(DWORD now) {
   return expired;
 }
 
-// Ends one expired blink: a temporary outline is erased, any other entity restored (unless
-// another blink still runs on it) and shown when the phase had hidden it.
+// Ends one expired blink; an entity the phase had hidden is shown again (a temporary outline
+// is erased instead).
 void EndExpired(int id) {
   State& s = Twinkle();
   UENTINFO* r = s.records.find(id);
   if (!r) return;
-  auto temporary = s.temporaries.find(id);
-  if (temporary != s.temporaries.end()) {
-    if (!EraseTemporary(temporary->second)) return;
-    Release(r->ent);
-    s.temporaries.erase(temporary);
-    s.records.erase(id);
-    return;
+  if (!s.temporaries.count(id) && r->state == kUndraw && CanWrite(*r)) {
+    acedRedraw(r->ent, kDraw);
   }
-  if (Release(r->ent) == 0) Restore(*r);
-  if (r->state == kUndraw && CanWrite(r->ent)) acedRedraw(r->ent, kDraw);
-  s.records.erase(id);
+  EndRecord(id, *r);
 }
 
 void StopTimer(UINT_PTR timerId) {

@@ -46,5 +46,15 @@
 #include "editor/CFilterByClass.h"
 #include "editor/KWSSGet.h"
 #include "editor/KWSubentSel.h"
+// ---------------------------------------------------------------- entity creation (editor/)
+#include "editor/EntityCreation.h"
+#include "msg/MessageReport.h"
+// ---------------------------------------------------------------- line styles (styles/)
+#include "styles/LineStyle.h"
+#include "styles/LineStyleCollection.h"
+// ---------------------------------------------------------------- text styles and layers (styles/)
+#include "styles/FontCollection.h"
+#include "styles/FontInfo.h"
+#include "styles/LayerInfo.h"
 
 #endif  // KWRDPUB_KWRDPUB_H_

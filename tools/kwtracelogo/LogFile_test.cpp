@@ -10,11 +10,13 @@
 #include <cctype>
 #include <cstdlib>
 #include <fstream>
+#include <optional>
 #include <sstream>
 #include <string>
 #include <vector>
 
 #include "common/encoding.h"
+#include "common/testing/TempDir.h"
 #include "tools/kwtracelogo/TerminalText.h"
 
 namespace kwtracelogo {
@@ -39,7 +41,6 @@ std::string Contents(const std::string& path) {
   return s.str();
 }
 
-// One temporary log folder for the group.
 // True when path is prefix + 8 digits + "-" + 6 digits + suffix (a dated log name).
 bool IsDatedLogName(const std::string& path, const std::string& prefix, const std::string& suffix) {
   const std::string shape = "dddddddd-dddddd";
@@ -54,22 +55,21 @@ bool IsDatedLogName(const std::string& path, const std::string& prefix, const st
   return true;
 }
 
+// One temporary log folder for the group, emptied after each test.
 class LogFileTest : public ::testing::Test {
  protected:
   static void SetUpTestSuite() {
-    char dir[] = "/tmp/kwtracelogo-test-XXXXXX";
-    ASSERT_NE(mkdtemp(dir), nullptr);
-    folder = dir;
+    temp.emplace("kwtracelogo-test");
+    folder = temp->path();
   }
-  static void TearDownTestSuite() {
-    for (const std::string& name : Names(folder)) unlink((folder + "/" + name).c_str());
-    rmdir(folder.c_str());
-  }
+  static void TearDownTestSuite() { temp.reset(); }
   void TearDown() override {
     for (const std::string& name : Names(folder)) unlink((folder + "/" + name).c_str());
   }
+  static std::optional<kwtest::TempDir> temp;
   static std::string folder;
 };
+std::optional<kwtest::TempDir> LogFileTest::temp;
 std::string LogFileTest::folder;
 
 TEST_F(LogFileTest, LinesGoToAPrivateDatedFileAndASecondOneTakesTheNextName) {

@@ -31,6 +31,7 @@
 #include "host/api/editor.h"
 #include "kwhost/embedded.h"
 #include "tools/rdpub/selection_help.h"
+#include "tools/rdpub/wait.h"
 
 namespace {
 
@@ -195,7 +196,7 @@ bool ReadTerminalLine(std::wstring* line) {
 }
 
 void PrintHelp() {
-  std::wstring text = L"\n内置命令: APPLOAD HELP LIST NEW OPEN QUIT SAVE SAVEAS";
+  std::wstring text = L"\n内置命令: APPLOAD HELP LIST NEW OPEN QUIT SAVE SAVEAS WAIT";
   for (const std::wstring& name : kwhost::HostCommandNames()) text += L" " + name;
   text +=
       L"\n  ZOOM 角点 角点 | nX | E(范围) | W(窗口) 角点 角点 | C(中心) 点 高度或nX | S(比例) nX"
@@ -286,6 +287,8 @@ bool BuiltIn(const std::wstring& name) {
     SaveAs();
   } else if (name == L"LIST") {
     List();
+  } else if (name == L"WAIT") {
+    rdpub::Wait();
   } else {
     return false;
   }

@@ -11,7 +11,8 @@
 
 namespace {
 
-// Each test starts without drawing-file hooks and gives back the ones the host installed.
+// Every test starts without drawing-file hooks and puts back the ones the host installed at
+// load, which the drawing-file tests in the same program rely on.
 class Database : public ::testing::Test {
  protected:
   void SetUp() override {
@@ -24,8 +25,8 @@ class Database : public ::testing::Test {
   }
 
  private:
-  kwhost::db::DrawingReader reader_ = kwhost::db::GetDrawingReader();
-  kwhost::db::DrawingWriter writer_ = kwhost::db::GetDrawingWriter();
+  const kwhost::db::DrawingReader reader_ = kwhost::db::GetDrawingReader();
+  const kwhost::db::DrawingWriter writer_ = kwhost::db::GetDrawingWriter();
 };
 
 TEST_F(Database, ReadingGoesThroughTheRegisteredReader) {

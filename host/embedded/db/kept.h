@@ -163,6 +163,7 @@ using DrawingWriter = std::function<Acad::ErrorStatus(const std::wstring& path, 
                                                       const std::string& version)>;
 void SetDrawingReader(DrawingReader reader);
 void SetDrawingWriter(DrawingWriter writer);
+// The hooks registered now (empty when none is), e.g. for a test to put them back afterwards.
 const DrawingReader& GetDrawingReader();
 const DrawingWriter& GetDrawingWriter();
 

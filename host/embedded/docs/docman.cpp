@@ -25,6 +25,17 @@ State& Docs() {
   return state;
 }
 
+namespace {
+
+// The session's first document exists from the moment the host library is loaded, so that the
+// working database is there before anything asks for it (a module's first command included).
+const bool kFirstDocument = [] {
+  Docs();
+  return true;
+}();
+
+}  // namespace
+
 AcApDocument* Open(const std::wstring& fileName) {
   State& s = Docs();
   s.databases.push_back(std::make_unique<AcDbDatabase>());

@@ -1,15 +1,15 @@
 #include "host/embedded/dxf/drawingfile.h"
 
 #include <gtest/gtest.h>
-#include <stdlib.h>
 
-#include <filesystem>
+#include <algorithm>
 #include <initializer_list>
 #include <set>
 #include <string>
 #include <utility>
 
 #include "common/fileio.h"
+#include "common/testing/TempDir.h"
 #include "host/api/dbents.h"
 #include "host/api/dbpl.h"
 #include "host/api/dbsymtb.h"
@@ -137,6 +137,28 @@ std::string Write(AcDbDatabase& db, const char* version = "", bool binary = fals
   return bytes;
 }
 
+// The whole record of an ASCII drawing that holds `text`: from its group-0 line up to the next
+// one; "" when the text is not there.
+std::string RecordWith(const std::string& out, const std::string& text) {
+  const size_t at = out.find(text);
+  if (at == std::string::npos) return "";
+  const size_t before = out.rfind("\n  0\n", at);
+  const size_t start = before == std::string::npos ? 0 : before + 1;
+  const size_t after = out.find("\n  0\n", at + 1);
+  return out.substr(start, after == std::string::npos ? std::string::npos : after + 1 - start);
+}
+
+// The value groups of a header variable: what follows "  9\n<name>\n" up to the next variable or
+// the end of the section; "<none>" when the variable is not written.
+std::string HeaderVariable(const std::string& out, const std::string& name) {
+  const std::string head = "  9\n" + name + "\n";
+  const size_t at = out.find(head);
+  if (at == std::string::npos) return "<none>";
+  const size_t from = at + head.size();
+  const size_t end = std::min(out.find("  9\n", from), out.find("  0\n", from));
+  return out.substr(from, end - from);
+}
+
 // Every handle (groups 5 and 105 after the header) is used once.
 bool HandlesUnique(std::string_view bytes) {
   TagReader reader(bytes);
@@ -167,11 +189,16 @@ TEST(DxfReadTest, ModelledEntitiesUnknownEntitiesAndUnknownGroupsSurviveARoundTr
   std::string message;
   ASSERT_EQ(ReadDrawingBytes(SmallDrawing(), db, &message), Acad::eOk) << message;
   const std::string out = Write(db);
-  EXPECT_NE(out.find("100\nAcDbFuture\n  1\nkept\n1001\nKWRD\n1000\nxdata\n"), std::string::npos);
-  EXPECT_NE(out.find("  0\nMTEXT\n  5\n31\n330\n10\n"), std::string::npos);
-  EXPECT_NE(out.find("  0\nINSERT\n  5\n30\n330\n10\n100\nAcDbEntity\n  8\nRoad\n"),
-            std::string::npos);
-  EXPECT_NE(out.find("  0\nBLOCK\n  5\n21\n330\n20\n"), std::string::npos);
+  EXPECT_EQ(RecordWith(out, "  0\nINSERT\n  5\n30\n"),
+            "  0\nINSERT\n  5\n30\n330\n10\n100\nAcDbEntity\n  8\nRoad\n100\nAcDbBlockReference\n"
+            "  2\nB\n 10\n5.0\n 20\n6.0\n 30\n0.0\n"
+            "100\nAcDbFuture\n  1\nkept\n1001\nKWRD\n1000\nxdata\n");
+  EXPECT_EQ(RecordWith(out, "  0\nMTEXT\n  5\n31\n"),
+            "  0\nMTEXT\n  5\n31\n330\n10\n100\nAcDbEntity\n  8\n0\n100\nAcDbMText\n 10\n0.0\n"
+            " 20\n0.0\n 30\n0.0\n  1\nmulti\n");
+  EXPECT_EQ(RecordWith(out, "  0\nBLOCK\n  5\n21\n"),
+            "  0\nBLOCK\n  5\n21\n330\n20\n100\nAcDbEntity\n  8\n0\n100\nAcDbBlockBegin\n  2\nB\n"
+            " 70\n0\n 10\n1.0\n 20\n2.0\n 30\n0.0\n  3\nB\n  1\n\n");
   AcDbDatabase again(false, true);
   ASSERT_EQ(ReadDrawingBytes(out, again, &message), Acad::eOk) << message;
   EXPECT_EQ(Write(again), out);
@@ -241,8 +268,14 @@ TEST(DxfWriteTest, NewDrawingsAreR2000InGbkWithUniqueHandles) {
   model->close();
   const std::string out = Write(db);
   EXPECT_EQ(out.substr(0, 47), "  0\nSECTION\n  2\nHEADER\n  9\n$ACADVER\n  1\nAC1015\n");
-  EXPECT_NE(out.find("$DWGCODEPAGE\n  3\nANSI_936\n"), std::string::npos);
-  EXPECT_NE(out.find("\n  1\n\xB5\xC0\xC2\xB7\n"), std::string::npos);  // 道路 in GBK
+  EXPECT_EQ(HeaderVariable(out, "$DWGCODEPAGE"), "  3\nANSI_936\n");
+  // The text's record before and after its string, which the format's code page decides.
+  const std::string record =
+      "  0\nTEXT\n  5\nF\n330\nC\n100\nAcDbEntity\n  8\n0\n100\nAcDbText\n 10\n1.0\n 20\n2.0\n"
+      " 30\n0.0\n 40\n0.0\n  1\n";
+  const std::string tail = "\n  7\nStandard\n100\nAcDbText\n";
+  EXPECT_EQ(RecordWith(out, "  0\nTEXT\n"), record + "\xB5\xC0\xC2\xB7" + tail);    // 道路 in GBK
+  EXPECT_EQ(RecordWith(Write(db, "2018"), "  0\nTEXT\n"), record + "道路" + tail);  // UTF-8
   EXPECT_TRUE(HandlesUnique(out));
   AcDbDatabase again(false, true);
   std::string message;
@@ -250,7 +283,7 @@ TEST(DxfWriteTest, NewDrawingsAreR2000InGbkWithUniqueHandles) {
   ASSERT_EQ(ReadDrawingBytes(Write(db, "2018", true), again, &message), Acad::eFilerError);
   AcDbDatabase binary(false, true);
   ASSERT_EQ(ReadDrawingBytes(Write(db, "2018", true), binary, &message), Acad::eOk) << message;
-  EXPECT_NE(Write(binary).find("\n  1\n道路\n"), std::string::npos);  // UTF-8 from R2007
+  EXPECT_NE(Write(binary).find("\n  1\n道路\n"), std::string::npos);  // binary strings are UTF-8
 }
 
 TEST(DxfWriteTest, R12DrawingsAreWrittenAsR2000AndR12OutputIsRefused) {
@@ -273,9 +306,10 @@ TEST(DxfWriteTest, R12DrawingsAreWrittenAsR2000AndR12OutputIsRefused) {
   EXPECT_EQ(WriteDrawingBytes(db, "R12", false, &out), Acad::eNotImplementedYet);
   EXPECT_EQ(WriteDrawingBytes(db, "R14", false, &out), Acad::eInvalidInput);
   out = Write(db);
-  EXPECT_NE(out.find("$ACADVER\n  1\nAC1015\n"), std::string::npos);
-  EXPECT_NE(out.find("  0\nLINE\n  5\n"), std::string::npos);
-  EXPECT_NE(out.find("  8\nA\n100\nAcDbLine\n 10\n1.0\n 20\n2.0\n"), std::string::npos);
+  EXPECT_EQ(HeaderVariable(out, "$ACADVER"), "  1\nAC1015\n");
+  EXPECT_EQ(RecordWith(out, "  0\nLINE\n"),
+            "  0\nLINE\n  5\n3\n330\n1\n100\nAcDbEntity\n  8\nA\n100\nAcDbLine\n 10\n1.0\n"
+            " 20\n2.0\n 30\n0.0\n 11\n3.0\n 21\n4.0\n 31\n0.0\n");
 }
 
 TEST(DxfWriteTest, ComplexLinetypesKeepTheirTextsAndShapes) {
@@ -348,22 +382,25 @@ TEST(DxfWriteTest, ComplexLinetypesKeepTheirTextsAndShapes) {
                                 {0, "EOF"}});
   ASSERT_EQ(ReadDrawingBytes(head, db, &message), Acad::eOk) << message;
   const std::string out = Write(db, "2018");
-  EXPECT_NE(out.find(" 49\n1.5\n 74\n2\n 75\n0\n340\n11\n 46\n0.5\n 50\n90.0\n 44\n0.25\n 45\n"
-                     "-0.5\n  9\n路\n 49\n-0.5\n 74\n4\n 75\n132\n340\n11\n 46\n1.0\n 50\n0.0\n"),
-            std::string::npos)
-      << out;
-  EXPECT_NE(out.find("  3\ntxt\n  4\ngbcbig.shx\n"), std::string::npos);
+  EXPECT_EQ(
+      RecordWith(out, "  0\nLTYPE\n  5\n14\n"),
+      "  0\nLTYPE\n  5\n14\n330\n5\n100\nAcDbSymbolTableRecord\n100\nAcDbLinetypeTableRecord\n"
+      "  2\nROAD\n 70\n0\n  3\nRoad --\n 72\n65\n 73\n2\n 40\n2.0\n"
+      " 49\n1.5\n 74\n2\n 75\n0\n340\n11\n 46\n0.5\n 50\n90.0\n 44\n0.25\n 45\n-0.5\n"
+      "  9\n路\n 49\n-0.5\n 74\n4\n 75\n132\n340\n11\n 46\n1.0\n 50\n0.0\n 44\n0.0\n"
+      " 45\n0.0\n");
+  EXPECT_EQ(
+      RecordWith(out, "  0\nSTYLE\n  5\n11\n"),
+      "  0\nSTYLE\n  5\n11\n330\n3\n100\nAcDbSymbolTableRecord\n100\nAcDbTextStyleTableRecord\n"
+      "  2\nStandard\n 70\n0\n 40\n0.0\n 41\n1.0\n 50\n0.0\n 71\n0\n 42\n2.5\n  3\ntxt\n"
+      "  4\ngbcbig.shx\n");
 }
 
 class DxfSaveTest : public ::testing::Test {
  protected:
-  void SetUp() override {
-    char tmpl[] = "/tmp/kw_dxf_XXXXXX";
-    dir_ = mkdtemp(tmpl);
-  }
-  void TearDown() override { std::filesystem::remove_all(dir_); }
   std::wstring Path(const char* name) const { return kw::WidePath(dir_ + "/" + name); }
-  std::string dir_;
+  kwtest::TempDir temp_{"kw_dxf"};
+  std::string dir_ = temp_.path();
 };
 
 TEST_F(DxfSaveTest, SavingKeepsThePreviousFileAsBakAndAFailedSaveChangesNothing) {
@@ -372,6 +409,9 @@ TEST_F(DxfSaveTest, SavingKeepsThePreviousFileAsBakAndAFailedSaveChangesNothing)
   std::string first;
   ASSERT_TRUE(kw::Fs().ReadFile(Path("road.dxf"), &first));
   ASSERT_EQ(SaveDrawing(Path("road.dxf"), db, "2018"), Acad::eOk);
+  std::string second;
+  ASSERT_TRUE(kw::Fs().ReadFile(Path("road.dxf"), &second));
+  EXPECT_EQ(second.substr(0, 47), "  0\nSECTION\n  2\nHEADER\n  9\n$ACADVER\n  1\nAC1032\n");
   std::string bak;
   ASSERT_TRUE(kw::Fs().ReadFile(Path("road.bak"), &bak));
   EXPECT_EQ(bak, first);
@@ -382,7 +422,7 @@ TEST_F(DxfSaveTest, SavingKeepsThePreviousFileAsBakAndAFailedSaveChangesNothing)
   faulty.Reset();
   std::string now;
   ASSERT_TRUE(kw::Fs().ReadFile(Path("road.dxf"), &now));
-  EXPECT_NE(now.find("AC1032"), std::string::npos);
+  EXPECT_EQ(now, second);
   AcDbDatabase missing(false, true);
   std::string message;
   EXPECT_EQ(ReadDrawing(Path("none.dxf"), missing, &message), Acad::eFileNotFound);

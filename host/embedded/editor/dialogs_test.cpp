@@ -1,12 +1,12 @@
 // Dialogs on the command line: message boxes, the save-as prompt and the debugging trace.
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <cstdlib>
 #include <string>
 #include <vector>
 
 #include "common/fileio.h"
+#include "common/testing/TempDir.h"
 #include "host/api/win.h"
 #include "kwhost/embedded.h"
 
@@ -111,16 +111,13 @@ TEST_F(SaveAs, AppendsDefaultExtensionAndCancels) {
 }
 
 TEST_F(SaveAs, ExistingFileIsConfirmed) {
-  char dir[] = "/tmp/kwhostXXXXXX";
-  ASSERT_NE(mkdtemp(dir), nullptr);
-  std::wstring path = kw::WidePath(dir) + L"/old.log";
+  const kwtest::TempDir dir("kwhost");
+  std::wstring path = dir.WAt(L"old.log");
   ASSERT_TRUE(kw::Fs().WriteFileAtomic(path, "x"));
   kwhost::QueueInput(path + L"\n!no\n" + path);
   EXPECT_EQ(GetSaveFileNameW(&ofn), FALSE);
   EXPECT_EQ(GetSaveFileNameW(&ofn), TRUE);  // default answer: yes
   EXPECT_EQ(kwhost::TakeMessageBoxes().size(), 2u);
-  kw::Fs().RemoveFile(path);
-  rmdir(dir);
 }
 
 TEST_F(Dialogs, DebugTraceIsKept) {

@@ -3,10 +3,12 @@
 #include <stdlib.h>
 #include <unistd.h>
 
+#include <optional>
 #include <string>
 
 #include "common/encoding.h"
 #include "common/fileio.h"
+#include "common/testing/TempDir.h"
 #include "host/api/aced.h"
 #include "host/api/acutads.h"
 #include "host/embedded/editor/editor.h"
@@ -19,18 +21,15 @@ namespace {
 class FindFile : public ::testing::Test {
  protected:
   static void SetUpTestSuite() {
-    char tmpl[] = "/tmp/kw_findfile_XXXXXX";
-    root_ = kw::FromUtf8(mkdtemp(tmpl));
+    temp_.emplace("kw_findfile");
+    root_ = temp_->wpath();
     for (const wchar_t* dir : {L"/dwg", L"/work", L"/sup1", L"/sup2"}) {
       kw::CreateDirectories(root_ + dir);
       kw::Fs().WriteFileAtomic(root_ + dir + L"/x.lin", "x");
     }
     kw::Fs().WriteFileAtomic(root_ + L"/sup2/only2.lin", "x");
   }
-  static void TearDownTestSuite() {
-    std::string cmd = "rm -rf '" + kw::ToUtf8(root_) + "'";
-    EXPECT_EQ(std::system(cmd.c_str()), 0);
-  }
+  static void TearDownTestSuite() { temp_.reset(); }
   void SetUp() override {
     char buf[4096];
     ASSERT_NE(getcwd(buf, sizeof buf), nullptr);
@@ -44,9 +43,11 @@ class FindFile : public ::testing::Test {
     wchar_t out[512];
     return acedFindFile(name, out) == RTNORM ? std::wstring(out) : L"<" + std::wstring(out) + L">";
   }
+  static std::optional<kwtest::TempDir> temp_;
   static std::wstring root_;
   std::string saved_;
 };
+std::optional<kwtest::TempDir> FindFile::temp_;
 std::wstring FindFile::root_;
 
 TEST_F(FindFile, SearchesDrawingWorkSupportPathThenHostFolderInOrder) {

@@ -1,7 +1,6 @@
 // Loading linetypes into drawings: the shipped files, elements, statuses and the LINETYPE
 // command.
 #include <gtest/gtest.h>
-#include <stdlib.h>
 
 #include <numbers>
 #include <string>
@@ -9,6 +8,7 @@
 
 #include "common/encoding.h"
 #include "common/fileio.h"
+#include "common/testing/TempDir.h"
 #include "host/api/aced.h"
 #include "host/api/dbsymtb.h"
 #include "kwhost/embedded.h"
@@ -28,13 +28,7 @@ class LoadLinetypes : public ::testing::Test {
  protected:
   void SetUp() override {
     kwhost::ResetSession();
-    char tmpl[] = "/tmp/kw_lin_XXXXXX";
-    dir_ = kw::FromUtf8(mkdtemp(tmpl));
     db_ = acdbHostApplicationServices()->workingDatabase();
-  }
-  void TearDown() override {
-    std::string cmd = "rm -rf '" + kw::ToUtf8(dir_) + "'";
-    EXPECT_EQ(std::system(cmd.c_str()), 0);
   }
   std::wstring Write(const wchar_t* name, const std::string& bytes) {
     std::wstring path = dir_ + L"/" + name;
@@ -99,7 +93,8 @@ class LoadLinetypes : public ::testing::Test {
     e.absolute = r->shapeIsUcsOrientedAt(dash);
     return e;
   }
-  std::wstring dir_;
+  kwtest::TempDir temp_{"kw_lin"};
+  std::wstring dir_ = temp_.wpath();
   AcDbDatabase* db_ = nullptr;
 };
 

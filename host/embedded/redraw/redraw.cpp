@@ -8,13 +8,23 @@
 
 namespace kwhost::redraw {
 
-State& Redraw() {
+namespace {
+
+// The state, reached without the dynamic symbol table: acedRedraw is called once per entity on
+// every tick of a flashing highlight.
+State& TheState() {
   static State state;
   return state;
 }
 
+}  // namespace
+
+State& Redraw() {
+  return TheState();
+}
+
 uint8_t FlagsOf(AcDbObjectId id) {
-  const auto& flags = Redraw().flags;
+  const auto& flags = TheState().flags;
   auto it = flags.find(id);
   return it == flags.end() ? 0 : it->second;
 }
@@ -28,19 +38,17 @@ bool IsHighlighted(AcDbObjectId id) {
 }
 
 void Set(AcDbObjectId id, Flag flag, bool on) {
-  auto& flags = Redraw().flags;
+  auto& flags = TheState().flags;
   if (on) {
     flags[id] |= flag;
     return;
   }
   auto it = flags.find(id);
-  if (it == flags.end()) return;
-  it->second &= static_cast<uint8_t>(~flag);
-  if (it->second == 0) flags.erase(it);
+  if (it != flags.end()) it->second &= static_cast<uint8_t>(~flag);
 }
 
 void Reset() {
-  Redraw() = State();
+  TheState() = State();
 }
 
 }  // namespace kwhost::redraw
@@ -60,15 +68,16 @@ AcDbObjectId LiveEntity(const ads_name ent) {
 
 int acedRedraw(const ads_name ent, int mode) {
   using namespace kwhost::redraw;
+  State& state = TheState();
   if (!ent) {
-    ++Redraw().viewRefreshes;
+    ++state.viewRefreshes;
     return RTNORM;
   }
   if (mode < 0 || mode > 4) return RTERROR;
   AcDbObjectId id = LiveEntity(ent);
   if (id.isNull()) return RTERROR;
   if (mode == 0) return RTNORM;
-  ++Redraw().entityRedraws;
+  ++state.entityRedraws;
   if (mode == 1 || mode == 2) Set(id, kHidden, mode == 2);
   if (mode == 3 || mode == 4) Set(id, kHighlighted, mode == 3);
   return RTNORM;

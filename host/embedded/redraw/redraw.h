@@ -5,8 +5,8 @@
 //   drawn      -> hidden       by mode 2; back by mode 1
 //   plain      -> highlighted  by mode 3; back by mode 4
 // Invariants:
-//   1. `flags` holds only entities with at least one switch on; an entity missing from it is
-//      drawn and not highlighted.
+//   1. An entity missing from `flags`, or held there with 0, is drawn and not highlighted (an
+//      entry stays once made, so that blinking entities cost no allocation per redraw).
 //   2. A whole-view refresh changes no entity's state (hidden and highlighted entities stay
 //      so, as the platform's REDRAW leaves them); it only counts.
 //   3. Reset() forgets every entity and sets both counters to 0.

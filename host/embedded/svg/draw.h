@@ -67,14 +67,16 @@ struct Affine {
 inline constexpr int kMaxBlockDepth = 64;
 inline constexpr size_t kMaxArcSegments = 720;
 inline constexpr size_t kMaxDashesPerPath = 20000;
-inline constexpr size_t kMaxItems = 2000000;
+inline constexpr size_t kMaxItems = 100000;
+inline constexpr size_t kMaxPoints = 10000000;
+inline constexpr size_t kMaxEntityVisits = 250000;  // block references expand the drawing
 
 // Turns the live, visible entities of model space into items, block references expanded.
 // `unitsPerPixel` sets how finely arcs are cut into segments. Entities hidden by acedRedraw
 // are left out; highlighted ones are marked.
 std::vector<Item> Flatten(AcDbDatabase& db, double unitsPerPixel);
-// Replaces each patterned path by its dashes, dots, texts and shapes.
-std::vector<Item> ApplyLinetypes(std::vector<Item> items, AcDbDatabase& db);
+// Replaces each patterned path by its dashes, dots (one pixel long), texts and shapes.
+std::vector<Item> ApplyLinetypes(std::vector<Item> items, AcDbDatabase& db, double unitsPerPixel);
 // Sample points of an arc from `start` turning by `sweep` radians about `center` (the
 // start point included, the end point included).
 std::vector<AcGePoint3d> ArcPoints(const AcGePoint3d& center, double radius, double startAngle,
@@ -95,8 +97,8 @@ struct Frame {
   std::function<AcGePoint3d(const AcGePoint3d&)> toDisplay;
   double unitsPerPixel() const { return height / pixelsHigh; }
 };
-// The current view of the database's document.
-Frame CurrentFrame(AcDbDatabase& db);
+// The current view (centre, size, direction and twist) on the host's screen.
+Frame CurrentFrame();
 
 // The SVG document of the items as the frame shows them.
 std::string WriteSvg(const std::vector<Item>& items, const Frame& frame);

@@ -74,7 +74,13 @@ std::vector<AcGePoint3d> Widened(const std::vector<AcGePoint3d>& line, double w0
 
 class Flattener {
  public:
-  Flattener(AcDbDatabase& db, double upp) : m_db(db), m_upp(upp) {}
+  Flattener(AcDbDatabase& db, double upp)
+      : m_db(db),
+        m_upp(upp),
+        m_byLayer(db.byLayerLinetype()),
+        m_byBlock(db.byBlockLinetype()),
+        m_continuous(db.continuousLinetype()),
+        m_ltscale(db.ltscale()) {}
 
   void modelSpace() {
     auto* space = block(L"*Model_Space");
@@ -119,19 +125,20 @@ class Flattener {
   AcDbObjectId linetypeOf(const AcDbEntity& e, const AcDbLayerTableRecord* layer,
                           const Context& ctx) const {
     AcDbObjectId id = e.linetypeId();
-    if (id == m_db.byLayerLinetype()) id = layer ? layer->linetypeObjectId() : AcDbObjectId();
-    if (id == m_db.byBlockLinetype()) id = ctx.depth > 0 ? ctx.blockLinetype : AcDbObjectId();
-    if (id == m_db.continuousLinetype()) id = AcDbObjectId();
+    if (id == m_byLayer) id = layer ? layer->linetypeObjectId() : AcDbObjectId();
+    if (id == m_byBlock) id = ctx.depth > 0 ? ctx.blockLinetype : AcDbObjectId();
+    if (id == m_continuous) id = AcDbObjectId();
     return id;
   }
 
   void entity(AcDbObjectId id, const Context& ctx) {
+    if (++m_visits > kMaxEntityVisits) return;
     auto* e = AcDbEntity::cast(db::Peek(id));
     if (!e || e->isErased() || e->visibility() == AcDb::kInvisible) return;
     const AcDbLayerTableRecord* layer = layerOf(*e, ctx);
     if (layer && (layer->isOff() || layer->isFrozen())) return;
     Style style{colorOf(*e, layer, ctx), ctx.highlighted, linetypeOf(*e, layer, ctx),
-                e->linetypeScale() * m_db.ltscale() * ctx.map.scale()};
+                e->linetypeScale() * m_ltscale * ctx.map.scale()};
     if (auto* line = AcDbLine::cast(e))
       return path({line->startPoint(), line->endPoint()}, false, style, ctx);
     if (auto* circle = AcDbCircle::cast(e))
@@ -141,10 +148,15 @@ class Flattener {
     if (auto* pl = AcDb2dPolyline::cast(e)) return oldStyle(*pl, style, ctx);
     if (auto* text = AcDbText::cast(e)) return textEntity(*text, style, ctx);
     if (auto* ref = AcDbBlockReference::cast(e)) return reference(*ref, *e, layer, style, ctx);
+    if (auto* point = AcDbPoint::cast(e)) return dot(point->position(), style, ctx);
   }
 
+  // Items beyond the picture's limits are dropped: a drawing from outside cannot make it
+  // unbounded.
   void add(Item item) {
-    if (m_items.size() < kMaxItems) m_items.push_back(std::move(item));
+    if (m_items.size() >= kMaxItems || m_points + item.points.size() > kMaxPoints) return;
+    m_points += item.points.size();
+    m_items.push_back(std::move(item));
   }
 
   void path(std::vector<AcGePoint3d> points, bool closed, const Style& style, const Context& ctx) {
@@ -165,6 +177,12 @@ class Flattener {
     item.style = style;
     item.style.linetype = AcDbObjectId();
     add(std::move(item));
+  }
+
+  // A point: a dot two pixels across.
+  void dot(const AcGePoint3d& at, const Style& style, const Context& ctx) {
+    const double radius = m_upp / std::max(ctx.map.scale(), 1e-300);
+    area(ArcPoints(at, radius, 0, kTwoPi, radius), style, ctx);
   }
 
   // An arc in the plane of `normal` (the xy plane, seen from below when it points down).
@@ -270,7 +288,12 @@ class Flattener {
 
   AcDbDatabase& m_db;
   double m_upp;
+  // Looked up once: each lookup searches a table or reads the header.
+  AcDbObjectId m_byLayer, m_byBlock, m_continuous;
+  double m_ltscale;
   std::vector<Item> m_items;
+  size_t m_points = 0;
+  size_t m_visits = 0;
 };
 
 }  // namespace

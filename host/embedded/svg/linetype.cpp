@@ -79,7 +79,7 @@ class Walker {
 
 class Patterner {
  public:
-  explicit Patterner(AcDbDatabase& db) : m_db(db) {}
+  Patterner(AcDbDatabase& db, double unitsPerPixel) : m_db(db), m_dot(unitsPerPixel) {}
 
   void apply(const Item& item, std::vector<Item>& out) {
     auto* lt = AcDbLinetypeTableRecord::cast(db::Peek(item.style.linetype));
@@ -97,7 +97,8 @@ class Patterner {
     double s = 0;
     for (int i = 0; s < total; i = (i + 1) % lt->numDashes()) {
       const double len = lt->dashLengthAt(i) * scale;
-      if (len >= 0) dash(walker, s, std::min(s + std::max(len, 1e-9), total), item, out);
+      // A dot is drawn one pixel long, so that it shows.
+      if (len >= 0) dash(walker, s, std::min(s + std::max(len, m_dot), total), item, out);
       s += std::abs(len);
       if (s <= total) element(*lt, i, walker, s, item, out);
     }
@@ -196,22 +197,26 @@ class Patterner {
   }
 
   AcDbDatabase& m_db;
+  double m_dot;
   std::map<std::wstring, std::optional<linetypes::ShapeFile>> m_files;
 };
 
 }  // namespace
 
-std::vector<Item> ApplyLinetypes(std::vector<Item> items, AcDbDatabase& db) {
-  Patterner patterner(db);
+std::vector<Item> ApplyLinetypes(std::vector<Item> items, AcDbDatabase& db, double unitsPerPixel) {
+  Patterner patterner(db, unitsPerPixel);
   std::vector<Item> out;
   out.reserve(items.size());
+  size_t points = 0;
   for (Item& item : items) {
+    const size_t before = out.size();
     if (item.kind != Item::kPath || item.style.linetype.isNull()) {
       out.push_back(std::move(item));
     } else {
       patterner.apply(item, out);
     }
-    if (out.size() >= kMaxItems) break;
+    for (size_t i = before; i < out.size(); ++i) points += out[i].points.size();
+    if (out.size() >= kMaxItems || points >= kMaxPoints) break;
   }
   return out;
 }

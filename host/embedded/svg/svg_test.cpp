@@ -66,9 +66,22 @@ void Redraw(AcDbObjectId id, int mode) {
   acedRedraw(name, mode);
 }
 
-// The drawing: a grey border from (0,0) to (160,90) fixes the view (extents), and each entity
-// sits in its own place.
+// Shows the window from (0,-4.5) to (160,94.5): 99 units high on the 1280 x 720 screen.
+void ShowDrawingWindow() {
+  resbuf center{};
+  center.restype = RT3DPOINT;
+  center.resval.rpoint[0] = 80;
+  center.resval.rpoint[1] = 45;
+  ASSERT_TRUE(kwhost::DefineSysVar(L"VIEWCTR", &center));
+  resbuf size{};
+  size.restype = RTREAL;
+  size.resval.rreal = 99;
+  ASSERT_TRUE(kwhost::DefineSysVar(L"VIEWSIZE", &size));
+}
+
+// The drawing: a grey border from (0,0) to (160,90), and each entity in its own place.
 void BuildDrawing() {
+  ShowDrawingWindow();
   Line(0, 0, 160, 0, 8);
   Line(160, 0, 160, 90, 8);
   Line(0, 90, 160, 90, 8);
@@ -96,6 +109,7 @@ void BuildDrawing() {
   Redraw(Line(100, 50, 120, 50, 1), 2);                      // hidden
   Redraw(Line(100, 60, 120, 60, 7), 3);                      // highlighted
   Add(new AcDbText(AcGePoint3d(130, 10, 0), L"KW", AcDbObjectId(), 6), 1);
+  Add(new AcDbPoint(AcGePoint3d(150, 30, 0)), 3);
   DefineBlock(L"MARK");
   AcDbObjectId block;
   AcDbBlockTable* table = nullptr;
@@ -114,6 +128,10 @@ void BuildDrawing() {
   auto* fence = new AcDbLine(AcGePoint3d(60, 70, 0), AcGePoint3d(150, 70, 0));
   fence->setLinetype(L"FENCELINE1");
   Add(fence, 1);
+  ASSERT_EQ(acdbLoadLineTypeFile(L"DOT", L"acadiso.lin"), Acad::eOk);
+  auto* dots = new AcDbLine(AcGePoint3d(10, 86, 0), AcGePoint3d(60, 86, 0));
+  dots->setLinetype(L"DOT");
+  Add(dots, 3);
   ASSERT_EQ(acdbLoadLineTypeFile(L"GAS_LINE", L"acadiso.lin"), Acad::eOk);
   auto* gas = new AcDbLine(AcGePoint3d(40, 55, 0), AcGePoint3d(95, 55, 0));
   gas->setLinetype(L"GAS_LINE");
@@ -145,8 +163,7 @@ class Picture : public ::testing::Test {
     ASSERT_TRUE(rendered);
   }
 
-  // The pixel of a world point: the view shows the border's extents with a tenth more height,
-  // on a 1280 x 720 picture.
+  // The pixel of a world point in the window ShowDrawingWindow shows.
   static Pixel At(double x, double y) {
     const double upp = 99.0 / 720.0;
     const int px = static_cast<int>(std::floor((x - (80 - 88)) / upp));
@@ -216,19 +233,22 @@ TEST_F(Picture, AHiddenEntityIsLeftOutAndAHighlightedOneHasAHalo) {
   EXPECT_LT(halo.r, 200);
 }
 
-TEST_F(Picture, TextAndBlockReferencesAreDrawn) {
+TEST_F(Picture, TextBlockReferencesAndPointsAreDrawn) {
   int red = 0;
   for (double x = 130; x < 140; x += 0.25) {
     for (double y = 10; y < 16; y += 0.25) red += Near(At(x, y), kRed) ? 1 : 0;
   }
   EXPECT_GT(red, 20);
-  EXPECT_TRUE(Shows(140, 50, kRed));  // the block's line turned upright and doubled
+  EXPECT_TRUE(Shows(140, 50, kRed));    // the block's line turned upright and doubled
+  EXPECT_TRUE(Shows(150, 30, kGreen));  // a point is a dot
   EXPECT_TRUE(Blank(145, 40));
 }
 
 TEST_F(Picture, LinetypesShowTheirDashesAndShapes) {
-  EXPECT_TRUE(Shows(16, 80, kBlue));      // in the first 12.7-unit dash
-  EXPECT_TRUE(Blank(10 + 12.7 + 3, 80));  // in the gap after it
+  EXPECT_TRUE(Shows(16, 80, kBlue));          // in the first 12.7-unit dash
+  EXPECT_TRUE(Blank(10 + 12.7 + 3, 80));      // in the gap after it
+  EXPECT_TRUE(Shows(10 + 6.35, 86, kGreen));  // DOT: a dot every 6.35 units
+  EXPECT_TRUE(Blank(10 + 3.2, 86));
   // FENCELINE1: a circle of radius 2.54 centred 13.335 units along, in the gap.
   EXPECT_TRUE(Shows(60 + 13.335, 70 + 2.54, kRed));
   EXPECT_TRUE(Blank(60 + 13.335, 70));
@@ -277,6 +297,65 @@ TEST_F(ExportCommand, SaysWhyWhenTheFileCannotBeWritten) {
   std::wstring why;
   EXPECT_FALSE(kwhost::ExportSvg(path, &why));
   EXPECT_EQ(why, L"no current drawing");
+}
+
+TEST_F(ExportCommand, ThePictureIsTheScreenAndFollowsTheViewDirection) {
+  if (!kwtest::HaveSvgRenderer()) GTEST_SKIP() << "rsvg-convert is not installed";
+  Line(10, 0, 40, 0, 1);
+  ASSERT_TRUE(kwhost::SetScreenSize(400, 200));
+  resbuf size{};
+  size.restype = RTREAL;
+  size.resval.rreal = 100;  // 200 units wide: x from -100 to 100
+  ASSERT_TRUE(kwhost::DefineSysVar(L"VIEWSIZE", &size));
+  const std::string top = folder + "/top.svg";
+  ASSERT_TRUE(kwhost::ExportSvg(kw::FromUtf8(top)));
+  resbuf below{};
+  below.restype = RT3DPOINT;
+  below.resval.rpoint[2] = -1;  // seen from below, x runs to the left of the screen
+  ASSERT_TRUE(kwhost::DefineSysVar(L"VIEWDIR", &below));
+  const std::string under = folder + "/under.svg";
+  ASSERT_TRUE(kwhost::ExportSvg(kw::FromUtf8(under)));
+  kwtest::Raster image;
+  ASSERT_TRUE(kwtest::RenderSvg(top, &image));
+  EXPECT_EQ(image.width, 400);
+  EXPECT_EQ(image.height, 200);
+  EXPECT_GT(image.at(250, 100).r, 200);  // x = 25
+  EXPECT_LT(image.at(250, 100).g, 100);
+  EXPECT_EQ(image.at(150, 100), (Pixel{255, 255, 255}));
+  ASSERT_TRUE(kwtest::RenderSvg(under, &image));
+  EXPECT_GT(image.at(150, 100).r, 200);
+  EXPECT_LT(image.at(150, 100).g, 100);
+  EXPECT_EQ(image.at(250, 100), (Pixel{255, 255, 255}));
+}
+
+TEST_F(ExportCommand, NestedBlocksThatMultiplyStayWithinThePicturesLimits) {
+  // Each block holds two references to the one below: 2^40 lines if nothing stopped it.
+  DefineBlock(L"B0");
+  AcDbBlockTable* table = nullptr;
+  for (int level = 1; level <= 40; ++level) {
+    const std::wstring name = L"B" + std::to_wstring(level);
+    kwhost::CurrentDatabase()->getBlockTable(table, AcDb::kForWrite);
+    auto* block = new AcDbBlockTableRecord();
+    block->setName(name.c_str());
+    table->add(block);
+    block->close();
+    AcDbObjectId below;
+    table->getAt((L"B" + std::to_wstring(level - 1)).c_str(), below);
+    table->close();
+    AppendTo(name.c_str(), new AcDbBlockReference(AcGePoint3d(0, 0, 0), below));
+    AppendTo(name.c_str(), new AcDbBlockReference(AcGePoint3d(0, 1, 0), below));
+  }
+  kwhost::CurrentDatabase()->getBlockTable(table, AcDb::kForRead);
+  AcDbObjectId top;
+  table->getAt(L"B40", top);
+  table->close();
+  Add(new AcDbBlockReference(AcGePoint3d(0, 0, 0), top));
+  const std::wstring path = kw::FromUtf8(folder) + L"/nested.svg";
+  ASSERT_TRUE(kwhost::ExportSvg(path));
+  std::string bytes;
+  ASSERT_TRUE(kw::Fs().ReadFile(path, &bytes));
+  EXPECT_LT(bytes.size(), 100u << 20);
+  EXPECT_TRUE(bytes.ends_with("</svg>\n"));
 }
 
 // ---------------------------------------------------------------- palette and shapes

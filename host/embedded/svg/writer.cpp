@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <numbers>
+#include <string_view>
 
 #include "common/encoding.h"
 #include "host/embedded/svg/draw.h"
@@ -13,6 +15,12 @@ namespace {
 
 constexpr const char* kHalo = "#3399ff";
 constexpr double kMaxPixel = 1e6;
+
+// Appends each part in turn (no temporary strings joined with "+").
+template <class... Parts>
+void Append(std::string& out, const Parts&... parts) {
+  (out.append(std::string_view(parts)), ...);
+}
 
 std::string Hex(const Rgb& c) {
   char text[8];
@@ -60,11 +68,10 @@ class Writer {
   std::string document(const std::vector<Item>& items) {
     const std::string w = std::to_string(m_frame.pixelsWide);
     const std::string h = std::to_string(m_frame.pixelsHigh);
-    m_out =
-        "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
-        "<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"" +
-        w + "\" height=\"" + h + "\" viewBox=\"0 0 " + w + " " + h + "\">\n<rect width=\"" + w +
-        "\" height=\"" + h + "\" fill=\"#ffffff\"/>\n";
+    Append(m_out, "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n",
+           "<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"", w, "\" height=\"", h,
+           "\" viewBox=\"0 0 ", w, " ", h, "\">\n<rect width=\"", w, "\" height=\"", h,
+           "\" fill=\"#ffffff\"/>\n");
     for (const Item& item : items) write(item);
     m_out += "</svg>\n";
     return std::move(m_out);
@@ -82,32 +89,33 @@ class Writer {
     return !out.empty();
   }
 
-  std::string pathData(const std::vector<AcGePoint2d>& points, bool closed) const {
-    std::string d = "M" + Number(points[0].x) + " " + Number(points[0].y);
-    for (size_t i = 1; i < points.size(); ++i) {
-      d += " L" + Number(points[i].x) + " " + Number(points[i].y);
+  static std::string PathData(const std::vector<AcGePoint2d>& points, bool closed) {
+    std::string d;
+    for (size_t i = 0; i < points.size(); ++i) {
+      Append(d, i == 0 ? "M" : " L", Number(points[i].x), " ", Number(points[i].y));
     }
-    return closed ? d + " Z" : d;
+    if (closed) d += " Z";
+    return d;
   }
 
   void write(const Item& item) {
     std::vector<AcGePoint2d> points;
     if (!pixels(item, points)) return;
     if (item.kind == Item::kText) return text(item, points[0]);
-    const std::string d = pathData(points, item.closed);
+    const std::string d = PathData(points, item.closed);
     if (item.style.highlighted) {
-      m_out += "<path d=\"" + d + "\" fill=\"none\" stroke=\"" + kHalo +
-               "\" stroke-opacity=\"0.6\" stroke-width=\"7\" stroke-linecap=\"round\" "
-               "stroke-linejoin=\"round\"/>\n";
+      Append(m_out, "<path d=\"", d, "\" fill=\"none\" stroke=\"", kHalo,
+             "\" stroke-opacity=\"0.6\" stroke-width=\"7\" stroke-linecap=\"round\" "
+             "stroke-linejoin=\"round\"/>\n");
     }
     const std::string color = Hex(item.style.color);
     if (item.kind == Item::kArea) {
-      m_out += "<path d=\"" + d + "\" fill=\"" + color + "\" stroke=\"" + color +
-               "\" stroke-width=\"0.5\"/>\n";
+      Append(m_out, "<path d=\"", d, "\" fill=\"", color, "\" stroke=\"", color,
+             "\" stroke-width=\"0.5\"/>\n");
       return;
     }
-    m_out += "<path d=\"" + d + "\" fill=\"none\" stroke=\"" + color +
-             "\" stroke-width=\"1.5\" stroke-linecap=\"round\" stroke-linejoin=\"round\"/>\n";
+    Append(m_out, "<path d=\"", d, "\" fill=\"none\" stroke=\"", color,
+           "\" stroke-width=\"1.5\" stroke-linecap=\"round\" stroke-linejoin=\"round\"/>\n");
   }
 
   void text(const Item& item, const AcGePoint2d& at) {
@@ -115,18 +123,17 @@ class Writer {
     if (!std::isfinite(size) || size <= 0 || item.text.empty()) return;
     const char* anchors[] = {"start", "middle", "end"};
     const std::string x = Number(at.x), y = Number(at.y);
-    std::string common =
-        "<text x=\"" + x + "\" y=\"" + y +
-        "\" font-family=\"sans-serif\" "
-        "font-size=\"" +
-        Number(size * 1.4) + "\" text-anchor=\"" + anchors[item.anchor] + "\" transform=\"rotate(" +
-        Number(-item.rotation * 180 / 3.141592653589793) + " " + x + " " + y + ")\"";
-    const std::string body = ">" + Escaped(item.text) + "</text>\n";
+    std::string common;
+    Append(common, "<text x=\"", x, "\" y=\"", y, "\" font-family=\"sans-serif\" font-size=\"",
+           Number(size * 1.4), "\" text-anchor=\"", anchors[item.anchor], "\" transform=\"rotate(",
+           Number(-item.rotation * 180 / std::numbers::pi), " ", x, " ", y, ")\"");
+    std::string body;
+    Append(body, ">", Escaped(item.text), "</text>\n");
     if (item.style.highlighted) {
-      m_out += common + " fill=\"" + kHalo + "\" stroke=\"" + kHalo +
-               "\" stroke-opacity=\"0.6\" stroke-width=\"5\"" + body;
+      Append(m_out, common, " fill=\"", kHalo, "\" stroke=\"", kHalo,
+             "\" stroke-opacity=\"0.6\" stroke-width=\"5\"", body);
     }
-    m_out += common + " fill=\"" + Hex(item.style.color) + "\"" + body;
+    Append(m_out, common, " fill=\"", Hex(item.style.color), "\"", body);
   }
 
   const Frame& m_frame;
