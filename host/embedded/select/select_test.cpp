@@ -285,6 +285,10 @@ TEST_F(Selection, FiltersMatchTypesLayersColoursAndLogicalGroups) {
   EXPECT_EQ(run(acutBuildList(-4, L"<AND", RTDXF0, L"LINE", -4, L"<NOT", 8, L"0", -4, L"NOT>", -4,
                               L"AND>", 0)),
             Ids{line2Id});
+  EXPECT_EQ(run(acutBuildList(-4, L"<XOR", 8, L"Road", RTDXF0, L"LINE", -4, L"XOR>", 0)),
+            Ids{line1});
+  EXPECT_EQ(run(acutBuildList(-4, L"!=", 62, 256, 0)), Ids{line2Id});
+  EXPECT_EQ(run(acutBuildList(RTDXF0, L"~LINE", 0)), (Ids{circle, poly, insert}));
   EXPECT_EQ(run(acutBuildList(-4, L">", 40, 4.0, 0)), Ids{circle});
   // Any group of the code may pass: the polyline's vertex widths are 40 groups too.
   EXPECT_EQ(run(acutBuildList(-4, L"<", 40, 4.0, 0)), Ids{poly});
@@ -442,6 +446,26 @@ TEST_F(Selection, BlocksThatDoubleAtEveryLevelStayCheapToPick) {
   const AcDbObjectId top = Append(new AcDbBlockReference({1000, 5800, 0}, ids[0]));
   int rc = 0;
   EXPECT_EQ(Get(L"1000.5,0\nC 999,-1 1002,1\nW 999,-1 1002,1\n", &rc), Ids{top});
+}
+
+TEST_F(Selection, MalformedAnswersAreTypedTextAndNeverSelect) {
+  int rc = 0;
+  const std::wstring odd[] = {L"W",   L"C 1,2", L"1,2,3,4",   L",",       L"FFFFFFFFFFFFFFFFF",
+                              L"0",   L"ALLX",  L"W a,b c,d", L"1e999,0", L"nan,0",
+                              L"x,1", L"^c^c",  L"2A,",       L"@"};
+  std::wstring answers;
+  for (const std::wstring& line : odd) answers += line + L"\n";
+  // A pick at a negative x needs a blank first; "-" alone is Shift with Enter.
+  EXPECT_EQ(Get(answers + L" -5,0.1\n-", &rc), Ids{});
+  EXPECT_EQ(rc, RTERROR);
+  const std::wstring out = kwhost::TakeOutput();
+  size_t invalid = 0;
+  for (size_t at = out.find(L"*无效选择*"); at != std::wstring::npos;
+       at = out.find(L"*无效选择*", at + 1)) {
+    ++invalid;
+  }
+  EXPECT_EQ(invalid, std::size(odd));
+  EXPECT_NE(out.find(L"\n找到 0 个，总计 0 个"), std::wstring::npos);
 }
 
 TEST_F(Selection, TypedPointsAreInTheUcs) {
