@@ -2,8 +2,12 @@
 // outlines, stopping them, and the frequency.
 #include "editor/Twinkle.h"
 
+#include <algorithm>
+
+#include "editor/EntityCreation.h"
 #include "editor/internal/TwinkleState.h"
 #include "host/api/aced.h"
+#include "host/api/dbads.h"
 
 using KWRDPub::twinkle::CanWrite;
 using KWRDPub::twinkle::DocumentLock;
@@ -62,11 +66,37 @@ void RestoreAll() {
   for (const auto& [id, objectId] : s.temporaries) KWRDPub::twinkle::EraseTemporary(objectId);
 }
 
+// Every member of the set blinks, from the last to the first, under a group id taken first;
+// an empty group is dropped (its id stays used).
+int StartSet(const ads_name set, int colorIndex, const wchar_t* linetype, double width,
+             unsigned long duration) {
+  Adesk::Int32 length = 0;
+  if (acedSSLength(set, &length) != RTNORM) return -1;
+  auto& s = Twinkle();
+  const int groupId = s.nextId++;
+  std::vector<unsigned> members;
+  for (Adesk::Int32 i = length - 1; i >= 0; --i) {
+    ads_name ent = {0, 0};
+    if (acedSSName(set, i, ent) != RTNORM) continue;
+    const int id = KWRDPub::twinkle::StartOne(ent, colorIndex, linetype, width, duration);
+    if (id > 0) members.push_back(static_cast<unsigned>(id));
+  }
+  if (members.empty()) return 0;
+  s.groups[groupId] = std::move(members);
+  return groupId;
+}
+
 }  // namespace
 
 int KWTwinkle(int64_t* const name, int isSelectionSet, int colorIndex, const wchar_t* linetype,
               double width, unsigned long duration) {
-  if (isSelectionSet) return -1;
+  if (isSelectionSet) {
+    try {
+      return StartSet(name, colorIndex, linetype, width, duration);
+    } catch (...) {
+      return -1;
+    }
+  }
   if (!name) return 0;
   try {
     return KWRDPub::twinkle::StartOne(name, colorIndex, linetype, width, duration);
@@ -77,6 +107,29 @@ int KWTwinkle(int64_t* const name, int isSelectionSet, int colorIndex, const wch
 
 int KWTwinkle(int64_t* const name, int isSelectionSet, unsigned long duration) {
   return KWTwinkle(name, isSelectionSet, -1, nullptr, 0.0, duration);
+}
+
+int KWTwinkle(AcGePoint3dArray& points, int colorIndex, const wchar_t* linetype, double width,
+              unsigned long duration) {
+  int id = 0;
+  try {
+    DocumentLock lock;
+    AcDbObjectId outline;
+    const short color = static_cast<short>(std::max(colorIndex, 0) % 257);
+    if (!CreatePline(points, outline, 1, linetype, 1.0, std::max(width, 0.0), color)) return 0;
+    ads_name ent = {0, 0};
+    acdbGetAdsName(ent, outline);
+    id = KWRDPub::twinkle::StartOne(ent, -1, nullptr, 0.0, duration);
+    Twinkle().temporaries[id] = outline.asOldId();
+    return id;
+  } catch (...) {
+    KWRDPub::twinkle::ReportError(L"\nKWTwinkle@2 error.");
+    return id > 0 ? id : -1;
+  }
+}
+
+int KWTwinkle(AcGePoint3dArray& points, unsigned long duration) {
+  return KWTwinkle(points, -1, nullptr, 0.0, duration);
 }
 
 int KWStopTwinkle(int id, HWND hwnd) {

@@ -9,6 +9,7 @@
 #include "host/api/dbads.h"
 #include "host/api/dbpl.h"
 #include "host/api/docman.h"
+#include "msg/MessageReport.h"
 
 namespace KWRDPub::twinkle {
 
@@ -234,7 +235,7 @@ bool EraseTemporary(int64_t objectId) {
 }
 
 void ReportError(const wchar_t* text) {
-  MessageBoxW(acedGetAcadFrame(), text, L"凯维提示", MB_OK | MB_ICONINFORMATION);
+  KWRDPub::ReportMessage(L"%s", text);
 }
 
 }  // namespace KWRDPub::twinkle
