@@ -4,6 +4,7 @@
 #include "host/api/dbmain.h"
 #include "host/api/dbsymtb.h"
 #include "host/api/win.h"
+#include "styles/LineStyleCollection.h"
 
 namespace {
 
@@ -13,16 +14,6 @@ void ShowMessage(const wchar_t* text) {
 
 AcDbDatabase* WorkingDatabase() {
   return acdbHostApplicationServices()->workingDatabase();
-}
-
-// The id of the working drawing's linetype `name`, "Continuous" when it has none.
-AcDbObjectId LinetypeIdOf(const std::wstring& name) {
-  AcDbDatabase* db = WorkingDatabase();
-  if (!db) return AcDbObjectId::kNull;
-  AcDbObjectPointer<AcDbLinetypeTable> table(db->linetypeTableId(), AcDb::kForRead);
-  AcDbObjectId id;
-  if (table.openStatus() == Acad::eOk && table->getAt(name.c_str(), id) == Acad::eOk) return id;
-  return db->continuousLinetype();
 }
 
 void ApplyTo(AcDbLayerTableRecord& record, const CLayerInfo& info) {
@@ -40,7 +31,7 @@ bool Agrees(const AcDbLayerTableRecord& record, const CLayerInfo& info) {
     return false;
   }
   return info.m_strLineType.empty() ||
-         record.linetypeObjectId() == LinetypeIdOf(info.m_strLineType);
+         record.linetypeObjectId() == KWRDPub::GetLineTypeId(info.m_strLineType.c_str());
 }
 
 }  // namespace
@@ -80,7 +71,8 @@ AcDbObjectId CLayerInfo::UpdateLayer(AcDbObjectId id) {
   if (Agrees(*record, *this)) return id;
   if (record->upgradeOpen() != Acad::eOk) return AcDbObjectId::kNull;
   ApplyTo(*record, *this);
-  if (!m_strLineType.empty()) record->setLinetypeObjectId(LinetypeIdOf(m_strLineType));
+  if (!m_strLineType.empty())
+    record->setLinetypeObjectId(KWRDPub::GetLineTypeId(m_strLineType.c_str()));
   return id;
 }
 
@@ -89,7 +81,7 @@ AcDbObjectId CLayerInfo::CreateLayer(AcDbLayerTable& table) {
   AcDbObjectPointer<AcDbLayerTableRecord> record;
   record.create();
   if (record->setName(m_strName.c_str()) != Acad::eOk) return AcDbObjectId::kNull;
-  record->setLinetypeObjectId(LinetypeIdOf(m_strLineType));
+  record->setLinetypeObjectId(KWRDPub::GetLineTypeId(m_strLineType.c_str()));
   ApplyTo(*record, *this);
   AcDbObjectId id;
   return table.add(id, record) == Acad::eOk ? id : AcDbObjectId::kNull;

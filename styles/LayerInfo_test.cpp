@@ -136,6 +136,18 @@ TEST_F(LayerDescriptors, AnAgreeingLayerIsNotOpenedForWrite) {
   EXPECT_TRUE(CLayerInfo(L"Road", true).m_bOff);
 }
 
+TEST_F(LayerDescriptors, ALinetypeTheDrawingLacksIsLoadedAndTakenByTheNextCall) {
+  // The lookup loads "HIDDEN" from the standard linetype file yet answers "Continuous" on the
+  // call that loads it; the layer follows on the next call, which finds it in the drawing.
+  CLayerInfo info = Road();
+  info.m_strLineType = L"hidden";
+  const AcDbObjectId id = info.LayerId();
+  ASSERT_FALSE(id.isNull());
+  EXPECT_EQ(CLayerInfo(L"Road", true).m_strLineType, L"Continuous");
+  EXPECT_EQ(info.LayerId(), id);
+  EXPECT_EQ(CLayerInfo(L"Road", true).m_strLineType, L"HIDDEN");
+}
+
 TEST_F(LayerDescriptors, AnEmptyLinetypeNameLeavesTheLayersLinetypeAlone) {
   CLayerInfo info = Road();
   info.LayerId();

@@ -3,7 +3,8 @@
 # (Debian's python3-ezdxf, an independent DXF reader) writes a drawing with text styles (a
 # shape font with a big font, a TrueType font, a shape file); rdpub opens it, takes every text
 # style into the project's library (TSADD *), starts a new drawing, restores them (TSRESTORE),
-# creates layers from typed descriptors (LAYERSET) and saves the drawing. ezdxf then audits
+# creates layers from typed descriptors (LAYERSET; their linetype HIDDEN, which the drawing
+# lacks, comes from the host's standard linetype file) and saves the drawing. ezdxf then audits
 # the saved drawing without errors and finds the text styles exactly as the library file
 # "TextStyles.xml" holds them and the layers as they were typed. Skipped (77) when ezdxf,
 # rdpub or the module is missing.
@@ -35,9 +36,6 @@ APPLOAD $KW_STYLES
 KWPROJECT $work/project
 TSADD *
 NEW
-LINETYPE L HIDDEN
-
-
 TSRESTORE *
 LAYERSET
 Road|Continuous|红色|0.35|L

@@ -105,7 +105,8 @@ void SetLayerFrom(const std::wstring& descriptor) {
   if (!KWRDPub::CheckLayerName(name.c_str(), adsw_acadMainWnd())) return;
   CLayerInfo info(name.c_str(), true);
   if (!ApplyFields(fields, &info)) return;
-  if (info.LayerId().isNull()) {
+  // A linetype that the lookup had to load from a standard file is taken by a second call.
+  if (info.LayerId().isNull() || info.LayerId().isNull()) {
     acutPrintf(L"\n无法设置图层 %s.", name.c_str());
     return;
   }
