@@ -9,6 +9,8 @@ import sys
 import ezdxf
 
 UNKNOWN = "100\nKwFutureData\n  1\nkept as it is\n"
+# A section the host does not model, placed last as drawing files hold their preview picture.
+PICTURE = "  0\nSECTION\n  2\nTHUMBNAILIMAGE\n 90\n4\n310\nDEADBEEF\n  0\nENDSEC\n"
 
 
 def fill(doc, text):
@@ -53,6 +55,8 @@ def write(folder):
         text = f.read()
     at = text.index("AcDbLine\n")
     text = text[:at] + "AcDbLine\n" + UNKNOWN + text[at + len("AcDbLine\n"):]
+    at = text.rindex("  0\nEOF\n")
+    text = text[:at] + PICTURE + text[at:]
     with open(f"{folder}/r2018.dxf", "w", encoding="utf-8") as f:
         f.write(text)
 
@@ -109,8 +113,11 @@ def check(folder):
         print(f"{name}: {after_doc.dxfversion} {after_doc.encoding}, "
               f"{len(after['entities'])} entities, same tables and entities, no audit errors")
     with open(f"{folder}/r2018.out.dxf", encoding="utf-8") as f:
-        if UNKNOWN not in f.read():
-            fail("the unknown tag was lost")
+        out = f.read()
+    if UNKNOWN not in out:
+        fail("the unknown tag was lost")
+    if not out.endswith(PICTURE + "  0\nEOF\n"):
+        fail("the preview picture section was lost")
     for name in ("new", "new_binary", "new_2018"):
         doc = audited(f"{folder}/{name}.dxf")
         print(f"{name}: {doc.dxfversion} {doc.encoding}, no audit errors")

@@ -251,6 +251,56 @@ TEST(DxfReadTest, HostileDrawingsFailWithTheLineAndTheFault) {
   }
 }
 
+// A record that gives the file its structure, met where entities, objects or table records
+// belong, means the structure is broken: kept as an object, it would be written back into a
+// file that no longer reads.
+TEST(DxfReadTest, StructureRecordsOutOfPlaceAreRefusedNotKept) {
+  const struct {
+    std::string bytes;
+    const char* message;
+  } cases[] = {
+      {Dxf({{0, "SECTION"},
+            {2, "BLOCKS"},
+            {0, "BLOCK"},
+            {2, "A"},
+            {0, "ENDSEC"},
+            {0, "SECTION"},
+            {247, "HEAD"},
+            {0, "ENDBLK"},
+            {0, "ENDSEC"},
+            {0, "EOF"}}),
+       "line 9: ENDBLK expected"},
+      {Dxf({{0, "SECTION"}, {2, "ENTITIES"}, {0, "TABLE"}, {2, "LAYER"}, {0, "ENDSEC"}}),
+       "line 5: ENDSEC expected"},
+      {Dxf({{0, "SECTION"},
+            {2, "ENTITIES"},
+            {0, "INSERT"},
+            {66, "1"},
+            {2, "B"},
+            {0, "ATTRIB"},
+            {0, "ENDSEC"},
+            {0, "EOF"}}),
+       "line 13: SEQEND expected"},
+      {Dxf({{0, "SECTION"}, {2, "OBJECTS"}, {0, "SECTION"}, {2, "X"}, {0, "ENDSEC"}}),
+       "line 5: ENDSEC expected"},
+      {Dxf({{0, "SECTION"}, {2, "CLASSES"}, {0, "ENDTAB"}, {0, "ENDSEC"}}),
+       "line 5: ENDSEC expected"},
+      {Dxf({{0, "SECTION"}, {2, "TABLES"}, {0, "TABLE"}, {2, "SECTION"}, {0, "SECTION"}}),
+       "line 5: a table name that is not valid"},
+      {Dxf({{0, "SECTION"}, {2, "ACDSDATA"}, {0, "SECTION"}, {2, "X"}, {0, "ENDSEC"}}),
+       "line 5: ENDSEC expected"},
+      // Decoded, the name is one the reader maps: kept, it would be read back as that.
+      {Dxf({{0, "SECTION"}, {2, "HEADE\\U+0052"}, {0, "ENDSEC"}, {0, "EOF"}}),
+       "line 1: a section name that is not valid"},
+  };
+  for (const auto& c : cases) {
+    AcDbDatabase db(false, true);
+    std::string message;
+    EXPECT_EQ(ReadDrawingBytes(c.bytes, db, &message), Acad::eFilerError) << c.message;
+    EXPECT_EQ(message, c.message);
+  }
+}
+
 TEST(DxfReadTest, ABlockThatInsertsItselfIsRefused) {
   AcDbDatabase db(false, true);
   std::string message;
@@ -310,6 +360,34 @@ TEST(DxfWriteTest, R12DrawingsAreWrittenAsR2000AndR12OutputIsRefused) {
   EXPECT_EQ(RecordWith(out, "  0\nLINE\n"),
             "  0\nLINE\n  5\n3\n330\n1\n100\nAcDbEntity\n  8\nA\n100\nAcDbLine\n 10\n1.0\n"
             " 20\n2.0\n 30\n0.0\n 11\n3.0\n 21\n4.0\n 31\n0.0\n");
+}
+
+// Sections the host does not model come back after OBJECTS in the order read, the preview
+// picture last, tags unchanged, whatever their place in the file read.
+TEST(DxfWriteTest, SectionsTheHostDoesNotModelAreWrittenBackWithEveryTag) {
+  const std::string in = Dxf(
+      {{0, "SECTION"}, {2, "HEADER"},         {9, "$ACADVER"}, {1, "AC1032"},      {0, "ENDSEC"},
+       {0, "SECTION"}, {2, "THUMBNAILIMAGE"}, {90, "4"},       {310, "DEADBEEF"},  {0, "ENDSEC"},
+       {0, "SECTION"}, {2, "ENTITIES"},       {0, "ENDSEC"},   {0, "SECTION"},     {2, "ACDSDATA"},
+       {70, "2"},      {0, "ACDSSCHEMA"},     {90, "0"},       {1, "道路 ^ kept"}, {0, "ENDSEC"},
+       {0, "EOF"}});
+  AcDbDatabase db(false, true);
+  std::string message;
+  ASSERT_EQ(ReadDrawingBytes(in, db, &message), Acad::eOk) << message;
+  const std::string out = Write(db);
+  const size_t objects = out.find("  0\nSECTION\n  2\nOBJECTS\n");
+  ASSERT_NE(objects, std::string::npos);
+  const size_t kept = out.find("  0\nSECTION\n  2\nACDSDATA\n");
+  ASSERT_GT(kept, objects);
+  EXPECT_EQ(out.substr(kept),
+            "  0\nSECTION\n  2\nACDSDATA\n 70\n2\n  0\nACDSSCHEMA\n 90\n0\n  1\n道路 ^ kept\n"
+            "  0\nENDSEC\n  0\nSECTION\n  2\nTHUMBNAILIMAGE\n 90\n4\n310\nDEADBEEF\n"
+            "  0\nENDSEC\n  0\nEOF\n");
+  for (bool binary : {false, true}) {
+    AcDbDatabase again(false, true);
+    ASSERT_EQ(ReadDrawingBytes(Write(db, "", binary), again, &message), Acad::eOk) << message;
+    EXPECT_EQ(Write(again), out);
+  }
 }
 
 TEST(DxfWriteTest, ComplexLinetypesKeepTheirTextsAndShapes) {

@@ -6,6 +6,15 @@
 #include "host/embedded/dxf/internal/reader.h"
 
 namespace kwhost::dxf {
+namespace {
+
+// The sections the reader maps; any other is kept as its tags.
+bool IsModelledSection(std::string_view name) {
+  return name == "HEADER" || name == "CLASSES" || name == "TABLES" || name == "BLOCKS" ||
+         name == "ENTITIES" || name == "OBJECTS";
+}
+
+}  // namespace
 
 std::string FoldName(std::string_view name) {
   std::string out(name);
@@ -25,6 +34,11 @@ bool ParseHandle(std::string_view text, uint64_t* handle) {
   if (text.empty() || text.size() > 16) return false;
   const auto [end, ec] = std::from_chars(text.data(), text.data() + text.size(), *handle, 16);
   return ec == std::errc() && end == text.data() + text.size();
+}
+
+bool IsStructureRecord(std::string_view type) {
+  return type == "SECTION" || type == "ENDSEC" || type == "TABLE" || type == "ENDTAB" ||
+         type == "BLOCK" || type == "ENDBLK" || type == "EOF";
 }
 
 bool Reader::NextRecord() {
@@ -55,7 +69,7 @@ bool Reader::Section() {
   if (name == "BLOCKS") return Blocks();
   if (name == "ENTITIES") return Entities(AcDbObjectId(), "ENDSEC");
   if (name == "OBJECTS") return Objects();
-  return KeepSection(name);
+  return KeepSection();
 }
 
 // The header record holds every variable; its text is decoded once $ACADVER and $DWGCODEPAGE
@@ -92,18 +106,24 @@ bool Reader::Header() {
 bool Reader::Classes() {
   db::Tags& classes = db::Extras(db_).classes;
   while (NextRecord() && rec_.type != "ENDSEC") {
+    if (IsStructureRecord(rec_.type)) return Fail("ENDSEC expected");
     classes.push_back({0, std::string(rec_.type)});
     for (const RawTag& t : rec_.tags) classes.push_back({t.code, std::string(t.text)});
   }
   return !records_.failed();
 }
 
-bool Reader::KeepSection(std::string_view name) {
+// A section the host does not model is kept whole, whatever records it holds, except that
+// no section opens inside another. Its head was read undecoded (only the header says how).
+bool Reader::KeepSection() {
+  records_.Decode(&rec_);
   db::KeptSection section;
-  section.name = std::string(name);
+  section.name = std::string(rec_.tags[0].text);
+  if (IsModelledSection(section.name)) return Fail("a section name that is not valid");
   section.tags = AllTags(rec_);
   section.tags.erase(section.tags.begin());  // the name, written from section.name
   while (NextRecord() && rec_.type != "ENDSEC") {
+    if (rec_.type == "SECTION") return Fail("ENDSEC expected");
     section.tags.push_back({0, std::string(rec_.type)});
     db::Tags more = AllTags(rec_);
     section.tags.insert(section.tags.end(), more.begin(), more.end());
@@ -164,6 +184,7 @@ bool Reader::Add(AcDbObject* object, const Identity& id, AcDbObjectId owner, AcD
 bool Reader::Objects() {
   db::DatabaseExtras& extras = db::Extras(db_);
   while (NextRecord() && rec_.type != "ENDSEC") {
+    if (IsStructureRecord(rec_.type)) return Fail("ENDSEC expected");
     Identity id;
     id.line = rec_.line;
     for (const RawTag& t : rec_.tags) {

@@ -46,6 +46,7 @@ AcDbObjectId Reader::BlockFor(AcDbObjectId block, bool paper) {
 
 bool Reader::Entities(AcDbObjectId block, std::string_view end) {
   while (NextRecord() && rec_.type != end) {
+    if (IsStructureRecord(rec_.type)) return Fail(std::string(end) + " expected");
     if (!Entity(BlockFor(block, InPaperSpace(rec_)))) return false;
   }
   return !records_.failed();
@@ -85,6 +86,7 @@ bool Reader::KeptWithFollowers(AcDbObjectId block) {
   }
   if (!followers) return true;
   while (NextRecord()) {
+    if (IsStructureRecord(rec_.type)) return Fail("SEQEND expected");
     AcDbObjectId follower;
     if (!Add(new db::ProxyEntity(std::string(rec_.type), AllTags(rec_)), IdentityOf(rec_), head,
              &follower)) {

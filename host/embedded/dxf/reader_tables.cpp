@@ -18,7 +18,6 @@ bool NameAsRead(AcDbSymbolTableRecord& record, std::wstring name) {
 }
 
 }  // namespace
-namespace {}  // namespace
 
 // Splits a record's groups into the object's own data (`field`), its identity (handle, owner),
 // application groups, extended data, and the groups kept per subclass marker.
@@ -79,6 +78,7 @@ bool Reader::Tables() {
     if (rec_.type != "TABLE") return Fail("TABLE expected");
     if (rec_.tags.empty() || rec_.tags[0].code != 2) return Fail("a TABLE without a name");
     const std::string name(rec_.tags[0].text);
+    if (IsStructureRecord(name)) return Fail("a table name that is not valid");
     if (!Table(name)) return false;
   }
   return !records_.failed() && ResolveShapeStyles();

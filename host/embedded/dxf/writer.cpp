@@ -65,6 +65,7 @@ std::string Writer::Run() {
   Blocks();
   Entities();
   Objects();
+  KeptSections();
   w_.String(0, "EOF");
   TagWriter head(binary_, TextCodec(version_, codepage_, !binary_));
   if (binary_) head.bytes() = std::string(kBinarySentinel);
@@ -95,6 +96,20 @@ void Writer::Classes() {
   w_.String(2, "CLASSES");
   Tags(extras_.classes);
   w_.String(0, "ENDSEC");
+}
+
+// Sections the host does not model follow the modelled ones in the order read, except the
+// preview picture, which drawing files hold last.
+void Writer::KeptSections() {
+  for (bool picture : {false, true}) {
+    for (const db::KeptSection& section : extras_.sections) {
+      if ((section.name == "THUMBNAILIMAGE") != picture) continue;
+      w_.String(0, "SECTION");
+      w_.String(2, section.name);
+      Tags(section.tags);
+      w_.String(0, "ENDSEC");
+    }
+  }
 }
 
 void Writer::Tags(const db::Tags& tags) {

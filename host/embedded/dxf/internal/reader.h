@@ -35,6 +35,10 @@ std::string FoldName(std::string_view name);
 std::wstring Wide(std::string_view utf8);
 // Hex handle text to its value; false when the text is not 1..16 hex digits.
 bool ParseHandle(std::string_view text, uint64_t* handle);
+// True for the records that give a file its structure (SECTION, ENDSEC, TABLE, ENDTAB, BLOCK,
+// ENDBLK, EOF): where one turns up among entities, objects or records, the structure is
+// broken, and keeping it as an object would write a file that no longer reads.
+bool IsStructureRecord(std::string_view type);
 
 // What a record's structural groups say: its handle, owner and the line it starts on.
 struct Identity {
@@ -76,7 +80,7 @@ class Reader {
   bool Blocks();
   bool Entities(AcDbObjectId block, std::string_view end);
   bool Objects();
-  bool KeepSection(std::string_view name);
+  bool KeepSection();
   bool Check();
   bool Complete();
 

@@ -44,6 +44,7 @@ class Writer {
   void Blocks();
   void Entities();
   void Objects();
+  void KeptSections();
 
   // tables
   void TableHead(std::string_view name, const AcDbObject* table, int count);
