@@ -10,7 +10,7 @@ python=/usr/bin/python3
 [ -n "${KW_EDITDEMO:-}" ] && [ -f "$KW_EDITDEMO" ] || { echo "editdemo not built"; exit 77; }
 "$python" -c "import ezdxf" 2>/dev/null || { echo "python3-ezdxf is not installed"; exit 77; }
 work="$(mktemp -d)"
-trap 'rm -rf "$work"' EXIT
+trap '[ -n "${KEEP:-}" ] || rm -rf "$work"' EXIT
 export KWRD_USER_DIR="$work/user" KWRD_WORK_DIR="$work/work" ASAN_OPTIONS=detect_leaks=0
 fail() { echo "FAIL: $*" >&2; exit 1; }
 
@@ -28,9 +28,29 @@ msp.add_lwpolyline([(0, 0), (2, 0), (2, 2)], dxfattribs={"const_width": 0.1})
 doc.saveas(sys.argv[1])
 PY
 
+# The drawing the session starts from: two lines and a circle; their handles go to site.handles.
+"$python" - "$work/site.dxf" "$work/site.handles" <<'PY'
+import sys
+
+import ezdxf
+
+doc = ezdxf.new("R2010")
+msp = doc.modelspace()
+low = msp.add_line((0, 0), (10, 0))
+high = msp.add_line((0, 5), (10, 5))
+ring = msp.add_circle((20, 0), 2)
+doc.saveas(sys.argv[1])
+with open(sys.argv[2], "w") as out:
+    out.write(f"{low.dxf.handle} {high.dxf.handle} {ring.dxf.handle}\n")
+PY
+read -r low high ring < "$work/site.handles"
+
 # One answer per line; an empty line is Enter.
 session=(
   "APPLOAD $KW_EDITDEMO"
+  # Lines by a window, the Circle mode by its keyword, the circle by a crossing, every type
+  # again by a prefix, then the upper line taken out with Shift.
+  EDITPICK "W -1,-1 11,6" circle "C 17,-3 23,3" a "-5,5" ""
   EDITINSERT "$work/manhole.v1.dxf" "10,20" 2 90
   EDITINSERT "$work/manhole.v1.dxf" "" "" ""
   EDITDEFINE "$work/manhole.v1.dxf" "Cover"
@@ -43,13 +63,27 @@ session=(
   "SAVEAS $work/out.dxf"
   QUIT
 )
-printf '%s\n' "${session[@]}" | "$KW_RDPUB" > "$work/rdpub.log" 2>&1 || fail "rdpub: $(cat "$work/rdpub.log")"
+printf '%s\n' "${session[@]}" | "$KW_RDPUB" "$work/site.dxf" > "$work/rdpub.log" 2>&1 || fail "rdpub: $(cat "$work/rdpub.log")"
 log=$(cat "$work/rdpub.log")
 for expected in "已插入块参照" "块定义" "已将块 manhole 复制为 manhole red。" "复制块失败，代码 -2。" \
   "已创建多段线" "插入失败，代码 -7。" "已保存。"; do
   grep -qF "$expected" <<<"$log" || fail "'$expected' missing from: $log"
 done
 [[ $(grep -o "已插入块参照" <<<"$log" | wc -l) == 2 ]] || fail "two references expected: $log"
+picked="选择Line对象 [Line/Circle/All]: 发现 2 个,共 2 个
+
+选择Line对象 [Line/Circle/All]: 
+模式: Circle
+选择Circle对象 [Line/Circle/All]: 发现 1 个,共 3 个
+
+选择Circle对象 [Line/Circle/All]: 
+模式: All
+选择All对象 [Line/Circle/All]: 发现 1 个,删除 1 个,共 2 个
+
+选择All对象 [Line/Circle/All]: 
+已选择 2 个: $low $ring
+"
+[[ $log == *"$picked"* ]] || fail "selection with keywords and Shift: $log"
 # The first zoom's points are in the start view; the second widens it to 10 beyond the far point.
 grep -qF "两点都在视图中: (-88.8889,-50) - (88.8889,50)" <<<"$log" || fail "first zoom: $log"
 grep -qE "视图已调整: \(-98\.8889,[-0-9.]+\) - \(5010," <<<"$log" || fail "second zoom: $log"
@@ -72,7 +106,7 @@ def fail(what):
 
 msp = doc.modelspace()
 kinds = sorted(e.dxftype() for e in msp)
-if kinds != ["INSERT", "INSERT", "LWPOLYLINE"]:
+if kinds != ["CIRCLE", "INSERT", "INSERT", "LINE", "LINE", "LWPOLYLINE"]:
     fail(f"model space holds {kinds}")
 inserts = list(msp.query("INSERT"))
 if {i.dxf.name for i in inserts} != {"manhole"}:

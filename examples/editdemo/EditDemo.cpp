@@ -8,12 +8,13 @@
 //                    (KWRDPub::InsertBlockRecord);
 //        EDITCLONE   copies a block definition under a new name (CloneBlock);
 //        EDITPLINE   draws a polyline through typed points (CreatePline);
-//        EDITZOOM    makes two points visible (CadView::acs_zm2pt).
+//        EDITZOOM    makes two points visible (CadView::acs_zm2pt);
+//        EDITPICK    selects with keywords and Shift (KWRDPub::KWSSGetWithKeyword).
 //   2. Each command asks on the command line, calls the service and prints its result: the
 //      handle of what was made, or the service's code when it failed.
 //   3. At unload (kUnloadAppMsg) it removes its command group: the library outlives the
 //      module, and must not call into unloaded code.
-// Points are typed as "x,y" or "x,y,z"; angles in degrees.
+// Points are typed as "x,y" or "x,y,z" in the current UCS; angles in degrees.
 #include "examples/editdemo/EditDemo.h"
 #include "host/api/accmd.h"
 #include "host/api/rx.h"
@@ -30,6 +31,7 @@ AcRx::AppRetCode Load(void* appId) {
   acedRegCmds()->addCommand(kGroup, L"EDITCLONE", L"EDITCLONE", 0, &editdemo::CloneCommand);
   acedRegCmds()->addCommand(kGroup, L"EDITPLINE", L"EDITPLINE", 0, &editdemo::PlineCommand);
   acedRegCmds()->addCommand(kGroup, L"EDITZOOM", L"EDITZOOM", 0, &editdemo::ZoomCommand);
+  acedRegCmds()->addCommand(kGroup, L"EDITPICK", L"EDITPICK", 0, &editdemo::PickCommand);
   return AcRx::kRetOK;
 }
 

@@ -9,8 +9,8 @@
 
 namespace editdemo {
 
-// Asks for a point typed as "x,y" or "x,y,z" until one is given: RTNORM with the point, RTNONE
-// for Enter, RTCAN.
+// Asks for a point (typed "x,y" or "x,y,z" in the current UCS) until one is given: RTNORM with
+// the point, RTNONE for Enter, RTCAN.
 int GetPoint(const wchar_t* prompt, AcGePoint3d* point);
 // Points until Enter ("起点", then "下一点 <结束>"); false when cancelled.
 bool GetPoints(AcGePoint3dArray* points);
@@ -20,12 +20,13 @@ bool GetIntOr(const wchar_t* prompt, int fallback, int* value);
 // The object's handle in hexadecimal, as LIST shows it.
 std::wstring HandleText(AcDbObjectId id);
 
-// The commands (Create.cpp, View.cpp).
+// The commands (Create.cpp, View.cpp, Pick.cpp).
 void InsertCommand();
 void DefineCommand();
 void CloneCommand();
 void PlineCommand();
 void ZoomCommand();
+void PickCommand();
 
 }  // namespace editdemo
 

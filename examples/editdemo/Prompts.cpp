@@ -1,5 +1,4 @@
 // Command-line helpers of EditDemo's commands.
-#include <cwchar>
 #include <string>
 
 #include "common/format.h"
@@ -9,38 +8,11 @@
 
 namespace editdemo {
 
-namespace {
-
-// "x,y" or "x,y,z" (blanks around the numbers allowed); false for anything else.
-bool ParsePoint(const wchar_t* text, AcGePoint3d* point) {
-  double v[3] = {0, 0, 0};
-  const wchar_t* p = text;
-  for (int count = 0; count < 3; ++count) {
-    wchar_t* end = nullptr;
-    v[count] = std::wcstod(p, &end);
-    if (end == p) return false;
-    while (*end == L' ') ++end;
-    if (*end == L'\0') {
-      *point = AcGePoint3d(v[0], v[1], v[2]);
-      return count >= 1;
-    }
-    if (*end != L',') return false;
-    p = end + 1;
-  }
-  return false;
-}
-
-}  // namespace
-
 int GetPoint(const wchar_t* prompt, AcGePoint3d* point) {
-  wchar_t text[kAcedStringBufferLen] = {};
-  for (;;) {
-    const int rc = acedGetString(0, prompt, text);
-    if (rc != RTNORM) return rc;
-    if (!*text) return RTNONE;
-    if (ParsePoint(text, point)) return RTNORM;
-    acutPrintf(L"\n需要点坐标 x,y 或 x,y,z。");
-  }
+  ads_point picked = {0, 0, 0};
+  const int rc = acedGetPoint(nullptr, prompt, picked);
+  if (rc == RTNORM) *point = AcGePoint3d(picked[0], picked[1], picked[2]);
+  return rc;
 }
 
 bool GetPoints(AcGePoint3dArray* points) {
