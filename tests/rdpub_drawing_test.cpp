@@ -71,7 +71,7 @@ TEST_F(RdpubDrawing, ListShowsModelSpaceAndSaveAsWritesTheVersionAsked) {
   EXPECT_EQ(Run(path, "LIST\nSAVEAS " + out + " 2018 BINARY\nSAVEAS " + out + " R12\nQUIT\n"),
             "\n图形: " + path +
                 "\n3 LINE Road (1,2,0) (3,4,0)\n5 CIRCLE 0 (0,0,0) r=2.5\n另存为: \n已保存。\n"
-                "另存为: \n无法保存: R12 files are read, not written");
+                "另存为: \n无法保存: R12 格式只能读取, 不能写入; 请另存为 2000 或更高版本");
   EXPECT_EQ(Read(out).substr(0, 22), std::string("AutoCAD Binary DXF\r\n\x1a\0", 22));
   EXPECT_EQ(Run(out, "LIST\nQUIT\n"),
             "\n图形: " + out + "\n3 LINE Road (1,2,0) (3,4,0)\n5 CIRCLE 0 (0,0,0) r=2.5");

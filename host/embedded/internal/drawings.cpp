@@ -112,9 +112,9 @@ bool SaveDrawing(const std::wstring& path, const std::wstring& version, bool bin
   const Acad::ErrorStatus es = dxf::SaveDrawing(target, *db, kw::ToUtf8(version), binary);
   if (es == Acad::eOk) return true;
   if (why) {
-    *why = es == Acad::eNotImplementedYet ? L"R12 files are read, not written"
-           : es == Acad::eInvalidInput    ? L"unknown version " + version
-                                          : L"cannot write " + target;
+    *why = es == Acad::eNotImplementedYet ? L"R12 格式只能读取, 不能写入; 请另存为 2000 或更高版本"
+           : es == Acad::eInvalidInput ? L"unknown version " + version
+                                       : L"cannot write " + target;
   }
   return false;
 }
