@@ -9,7 +9,8 @@
 //        EDITCLONE   copies a block definition under a new name (CloneBlock);
 //        EDITPLINE   draws a polyline through typed points (CreatePline);
 //        EDITZOOM    makes two points visible (CadView::acs_zm2pt);
-//        EDITPICK    selects with keywords and Shift (KWRDPub::KWSSGetWithKeyword).
+//        EDITPICK    selects with keywords and Shift (KWRDPub::KWSSGetWithKeyword);
+//        EDITFLASH   blinks a selection for a while (KWTwinkle); EDITSTOPFLASH stops it.
 //   2. Each command asks on the command line, calls the service and prints its result: the
 //      handle of what was made, or the service's code when it failed.
 //   3. At unload (kUnloadAppMsg) it removes its command group: the library outlives the
@@ -32,6 +33,9 @@ AcRx::AppRetCode Load(void* appId) {
   acedRegCmds()->addCommand(kGroup, L"EDITPLINE", L"EDITPLINE", 0, &editdemo::PlineCommand);
   acedRegCmds()->addCommand(kGroup, L"EDITZOOM", L"EDITZOOM", 0, &editdemo::ZoomCommand);
   acedRegCmds()->addCommand(kGroup, L"EDITPICK", L"EDITPICK", 0, &editdemo::PickCommand);
+  acedRegCmds()->addCommand(kGroup, L"EDITFLASH", L"EDITFLASH", 0, &editdemo::FlashCommand);
+  acedRegCmds()->addCommand(kGroup, L"EDITSTOPFLASH", L"EDITSTOPFLASH", 0,
+                            &editdemo::StopFlashCommand);
   return AcRx::kRetOK;
 }
 

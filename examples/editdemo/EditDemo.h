@@ -20,13 +20,15 @@ bool GetIntOr(const wchar_t* prompt, int fallback, int* value);
 // The object's handle in hexadecimal, as LIST shows it.
 std::wstring HandleText(AcDbObjectId id);
 
-// The commands (Create.cpp, View.cpp, Pick.cpp).
+// The commands (Create.cpp, View.cpp, Pick.cpp, Flash.cpp).
 void InsertCommand();
 void DefineCommand();
 void CloneCommand();
 void PlineCommand();
 void ZoomCommand();
 void PickCommand();
+void FlashCommand();
+void StopFlashCommand();
 
 }  // namespace editdemo
 
