@@ -334,6 +334,12 @@ TEST(DxfWriteTest, NewDrawingsAreR2000InGbkWithUniqueHandles) {
   AcDbDatabase binary(false, true);
   ASSERT_EQ(ReadDrawingBytes(Write(db, "2018", true), binary, &message), Acad::eOk) << message;
   EXPECT_NE(Write(binary).find("\n  1\n道路\n"), std::string::npos);  // binary strings are UTF-8
+  // A text of height 0 (the style's) reads back as it was: writing again gives the same bytes.
+  AcDbDatabase once(false, true), twice(false, true);
+  ASSERT_EQ(ReadDrawingBytes(out, once, &message), Acad::eOk) << message;
+  ASSERT_EQ(ReadDrawingBytes(Write(once), twice, &message), Acad::eOk) << message;
+  EXPECT_EQ(RecordWith(Write(once), "  0\nTEXT\n"), record + "\xB5\xC0\xC2\xB7" + tail);
+  EXPECT_EQ(RecordWith(Write(twice), "  0\nTEXT\n"), record + "\xB5\xC0\xC2\xB7" + tail);
 }
 
 TEST(DxfWriteTest, R12DrawingsAreWrittenAsR2000AndR12OutputIsRefused) {

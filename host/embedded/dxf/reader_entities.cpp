@@ -189,7 +189,8 @@ AcDbEntity* Reader::Text(const Record& r, Identity* id) {
       case 1:
         return x.setTextString(Wide(t.text).c_str()) == Acad::eOk;
       case 40:
-        return x.setHeight(t.real) == Acad::eOk;
+        // A new text's height is 0 ("use the style's"), which the setter refuses to set.
+        return t.real == 0 ? x.height() == 0 : x.setHeight(t.real) == Acad::eOk;
       case 50:
         return x.setRotation(t.real * kDegree) == Acad::eOk;
       case 41:
