@@ -24,8 +24,8 @@
 #include <string_view>
 #include <vector>
 
-#include "host/api/ge.h"
 #include "host/api/dbid.h"
+#include "host/api/ge.h"
 #include "host/api/win.h"
 
 struct resbuf;
