@@ -7,12 +7,15 @@
 #include "app/WatcherList.h"
 #include "common/format.h"
 #include "common/text.h"
+#include "editor/internal/TwinkleState.h"
 #include "msg/DebugTrace.h"
 #include "msg/KWMsgTracker.h"
 #include "msg/ModuleState.h"
 #include "msg/RDMsgManager.h"
 #include "msg/TraceLogo.h"
 #include "persist/RDUserConfig.h"
+#include "styles/FontCollection.h"
+#include "styles/LineStyleCollection.h"
 
 namespace {
 
@@ -72,6 +75,9 @@ void CRDPubApp::WatchMainWindow(const MSG* msg) {
 }
 
 void CRDPubApp::ProcessDetach() {
+  KWRDPub::twinkle::Shutdown();
+  CLineStyleCollection::Destroy();
+  CFontCollection::Destroy();
   CRDMsgManager::Destroy();
   KWRDPub::CKWMsgTracker::Destroy();
   KWRDPub::CTraceLogo::Destroy();

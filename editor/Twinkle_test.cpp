@@ -1,6 +1,7 @@
 // The flashing highlight driven by the host's timer: the test steps the manual clock and
 // pumps the message loop, and reads what acedRedraw did to each entity.
 #include "editor/Twinkle.h"
+#include "editor/internal/TwinkleState.h"
 
 #include <gtest/gtest.h>
 
@@ -141,6 +142,21 @@ TEST_F(Twinkling, TheTimerEndsOnTheFirstTickWithoutBlinksAndTheNextBlinkStartsIt
   EXPECT_EQ(Tick(), 1);  // finds nothing and kills itself
   EXPECT_EQ(Tick(1000), 0);
   KWTwinkle(name.get(), 0, kTwinkleInfinite);
+  EXPECT_EQ(Tick(), 1);
+}
+
+TEST_F(Twinkling, ShutdownRestoresEntitiesAndANewSessionStartsItsOwnTimer) {
+  const AcDbObjectId line = AddLine();
+  Name name(line);
+  const int id = KWTwinkle(name.get(), 0, kTwinkleInfinite);
+  TickUntilHidden(line);
+  KWRDPub::twinkle::Shutdown();
+  EXPECT_EQ(KWHasTwinkle(id), 0);
+  EXPECT_EQ(EntityRedrawState(line), kShown);
+  kwhost::ResetSession();  // the host's timers go; a running flag left behind would stall
+  kwhost::SetManualClock(1000, 12, 0, 0);
+  Name again(AddLine());
+  EXPECT_GT(KWTwinkle(again.get(), 0, kTwinkleInfinite), 0);
   EXPECT_EQ(Tick(), 1);
 }
 

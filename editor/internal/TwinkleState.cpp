@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <cwctype>
 
+#include "editor/Twinkle.h"
 #include "host/api/aced.h"
 #include "host/api/dbads.h"
 #include "host/api/dbpl.h"
@@ -236,6 +237,13 @@ bool EraseTemporary(int64_t objectId) {
 
 void ReportError(const wchar_t* text) {
   KWRDPub::ReportMessage(L"%s", text);
+}
+
+void Shutdown() {
+  KWStopAllTwinkle(nullptr);
+  State& s = Twinkle();
+  if (s.timerRunning) KillTimer(nullptr, kTimerId);
+  s = State{};
 }
 
 }  // namespace KWRDPub::twinkle

@@ -118,6 +118,10 @@ bool EraseTemporary(int64_t objectId);
 void ReportError(const wchar_t* text);
 // The host's timer procedure of the flashing highlight.
 void TimerProc(HWND hwnd, UINT message, UINT_PTR timerId, DWORD now);
+// The library's shutdown of the flashing: every blink stopped (entities restored, outlines
+// erased), the timer killed and the state as at load, so that a library loaded again (or a
+// host session started afresh) starts its timer with its first blink.
+void Shutdown();
 
 }  // namespace KWRDPub::twinkle
 
