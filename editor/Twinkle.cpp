@@ -5,12 +5,13 @@
 #include <algorithm>
 
 #include "editor/EntityCreation.h"
+#include "editor/internal/DocLock.h"
 #include "editor/internal/TwinkleState.h"
 #include "host/api/aced.h"
 #include "host/api/dbads.h"
+#include "msg/MessageReport.h"
 
 using KWRDPub::twinkle::CanWrite;
-using KWRDPub::twinkle::DocumentLock;
 using KWRDPub::twinkle::kDraw;
 using KWRDPub::twinkle::kUndraw;
 using KWRDPub::twinkle::Twinkle;
@@ -45,7 +46,7 @@ int StopGroup(int groupId, HWND hwnd) {
 int StopOne(int id) {
   UENTINFO* r = Twinkle().records.find(id);
   if (!r) return 1;
-  DocumentLock lock;
+  kweditor::DocLock lock;
   if (r->state == kUndraw) {
     if (!CanWrite(*r)) return 0;
     acedRedraw(r->ent, kDraw);
@@ -57,7 +58,7 @@ int StopOne(int id) {
 
 void RestoreAll() {
   auto& s = Twinkle();
-  DocumentLock lock;
+  kweditor::DocLock lock;
   for (const UENTINFO& r : s.records.all()) {
     KWRDPub::twinkle::Restore(r);
     if (r.state == kUndraw && CanWrite(r)) acedRedraw(r.ent, kDraw);
@@ -113,7 +114,7 @@ int KWTwinkle(AcGePoint3dArray& points, int colorIndex, const wchar_t* linetype,
               unsigned long duration) {
   int id = 0;
   try {
-    DocumentLock lock;
+    kweditor::DocLock lock;
     AcDbObjectId outline;
     const short color = static_cast<short>(std::max(colorIndex, 0) % 257);
     if (!CreatePline(points, outline, 1, linetype, 1.0, std::max(width, 0.0), color)) return 0;
@@ -123,7 +124,7 @@ int KWTwinkle(AcGePoint3dArray& points, int colorIndex, const wchar_t* linetype,
     Twinkle().temporaries[id] = outline.asOldId();
     return id;
   } catch (...) {
-    KWRDPub::twinkle::ReportError(L"\nKWTwinkle@2 error.");
+    KWRDPub::ReportMessage(L"\nKWTwinkle@2 error.");
     return id > 0 ? id : -1;
   }
 }
@@ -137,7 +138,7 @@ int KWStopTwinkle(int id, HWND hwnd) {
     if (Twinkle().groups.count(id)) return StopGroup(id, hwnd);
     return StopOne(id);
   } catch (...) {
-    KWRDPub::twinkle::ReportError(L"\nKWStopTwinkle error.");
+    KWRDPub::ReportMessage(L"\nKWStopTwinkle error.");
     return 1;
   }
 }
@@ -148,7 +149,7 @@ void KWStopAllTwinkle(HWND) {
     s.groups.clear();
     RestoreAll();
   } catch (...) {
-    KWRDPub::twinkle::ReportError(L"\nStop all twinkle error.\n");
+    KWRDPub::ReportMessage(L"\nStop all twinkle error.\n");
   }
   s.records.clear();
   s.refCounts = {};

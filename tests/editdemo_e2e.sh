@@ -2,8 +2,10 @@
 # The editor example module in a scripted rdpub session: a block is inserted from a drawing
 # that ezdxf (Debian's python3-ezdxf, an independent DXF reader) wrote, defined once more under
 # another name, cloned, a polyline is drawn and closed in a linetype the drawing loads on the
-# way, the view is widened to two points, and the drawing is saved; ezdxf audits the saved drawing and finds exactly the expected
-# entities and blocks. Skipped (77) when ezdxf, rdpub or the module is missing.
+# way, the view is widened to two points, every entity and then an outline blink until their
+# time runs out, and the drawing is saved; ezdxf audits the saved drawing and finds exactly the
+# expected entities and blocks, none of them left red and no outline left behind. Skipped (77)
+# when ezdxf, rdpub or the module is missing.
 set -euo pipefail
 python=/usr/bin/python3
 [ -n "${KW_RDPUB:-}" ] && [ -x "$KW_RDPUB" ] || { echo "rdpub not built"; exit 77; }
@@ -60,6 +62,14 @@ session=(
   EDITINSERT "$work/missing.dxf" "" "" ""
   EDITZOOM "1,1" "2,2"
   EDITZOOM "0,0" "5000,100"
+  # Every entity blinks in red as one group (Enter at the selection's first prompt), then a
+  # temporary outline; LIST shows the outline while it blinks, WAIT lets both blinks run out,
+  # and the second LIST finds the outline erased.
+  EDITFLASH 400 "" ""
+  EDITFLASH 400 O "40,40" "60,40" "60,55" ""
+  LIST
+  WAIT 2500
+  LIST
   "SAVEAS $work/out.dxf"
   QUIT
 )
@@ -87,6 +97,11 @@ picked="选择Line对象 [Line/Circle/All]: 发现 2 个,共 2 个
 # The first zoom's points are in the start view; the second widens it to 10 beyond the far point.
 grep -qF "两点都在视图中: (-88.8889,-50) - (88.8889,50)" <<<"$log" || fail "first zoom: $log"
 grep -qE "视图已调整: \(-98\.8889,[-0-9.]+\) - \(5010," <<<"$log" || fail "second zoom: $log"
+# The group takes the first id and its six members the next ones, so the outline gets id 8.
+grep -qF "闪烁 1。" <<<"$log" || fail "selection flash: $log"
+grep -qF "闪烁轮廓 8。" <<<"$log" || fail "outline flash: $log"
+# Two polylines listed while the outline blinks, one after it ended.
+[[ $(grep -o " LWPOLYLINE " <<<"$log" | wc -l) == 3 ]] || fail "outline not listed, or not erased: $log"
 
 "$python" - "$work/out.dxf" <<'PY'
 import math
@@ -126,6 +141,12 @@ if pline.dxf.color != 1 or pline.dxf.get("const_width") != 0.5:
     fail(f"polyline colour {pline.dxf.color} width {pline.dxf.get('const_width')}")
 if pline.dxf.linetype != "DASHED" or "DASHED" not in doc.linetypes:
     fail(f"polyline linetype {pline.dxf.linetype}")
+# The blinks put every entity's own colour back, and the outline through (60,55) is gone.
+colours = [(e.dxftype(), e.dxf.get("color", 256)) for e in msp if e.dxftype() != "LWPOLYLINE"]
+if any(colour != 256 for _, colour in colours):
+    fail(f"colours after blinking: {colours}")
+if len(msp.query("LWPOLYLINE")) != 1:
+    fail("the outline was saved")
 
 
 def contents(name):

@@ -1,16 +1,15 @@
 // The flashing highlight's state and the steps its functions share: starting one blink,
-// restoring an entity, reference counts, the document lock.
+// restoring an entity, reference counts.
 #include "editor/internal/TwinkleState.h"
 
 #include <cstdlib>
 #include <cwctype>
 
 #include "editor/Twinkle.h"
+#include "editor/internal/DocLock.h"
 #include "host/api/aced.h"
 #include "host/api/dbads.h"
 #include "host/api/dbpl.h"
-#include "host/api/docman.h"
-#include "msg/MessageReport.h"
 
 namespace KWRDPub::twinkle {
 
@@ -143,23 +142,11 @@ State& Twinkle() {
   return state;
 }
 
-DocumentLock::DocumentLock() {
-  AcApDocManager* manager = acDocManager;
-  AcApDocument* doc = manager ? manager->curDocument() : nullptr;
-  if (doc && manager->lockDocument(doc, AcAp::kWrite, nullptr, nullptr, true) == Acad::eOk) {
-    m_document = doc;
-  }
-}
-
-DocumentLock::~DocumentLock() {
-  if (m_document) acDocManager->unlockDocument(static_cast<AcApDocument*>(m_document));
-}
-
 int StartOne(const ads_name ent, int colorIndex, const wchar_t* linetype, double width,
              unsigned long duration) {
   State& s = Twinkle();
   UENTINFO r = NewRecord(ent, colorIndex, linetype, width, duration);
-  DocumentLock lock;
+  kweditor::DocLock lock;
   AcDbObjectId id;
   int count = 0;
   if (acdbGetObjectId(id, ent) == Acad::eOk) {
@@ -233,10 +220,6 @@ bool EraseTemporary(int64_t objectId) {
   const bool erased = polyline->erase() == Acad::eOk;
   polyline->close();
   return erased;
-}
-
-void ReportError(const wchar_t* text) {
-  KWRDPub::ReportMessage(L"%s", text);
 }
 
 void Shutdown() {

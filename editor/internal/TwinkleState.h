@@ -85,19 +85,6 @@ struct State {
 
 State& Twinkle();
 
-// Locks the current document for writing for the life of the object; work goes on unlocked
-// when there is no document or the lock is refused.
-class DocumentLock {
- public:
-  DocumentLock();
-  ~DocumentLock();
-  DocumentLock(const DocumentLock&) = delete;
-  DocumentLock& operator=(const DocumentLock&) = delete;
-
- private:
-  void* m_document = nullptr;
-};
-
 // Starts one blink of the entity `ent` (the steps every form shares): its id.
 int StartOne(const ads_name ent, int colorIndex, const wchar_t* linetype, double width,
              unsigned long duration);
@@ -114,8 +101,6 @@ int Release(const ads_name ent);
 void EndRecord(int id, const UENTINFO& r);
 // Erases the temporary polyline of that object id: true when it is erased.
 bool EraseTemporary(int64_t objectId);
-// Reports an unexpected failure to the user.
-void ReportError(const wchar_t* text);
 // The host's timer procedure of the flashing highlight.
 void TimerProc(HWND hwnd, UINT message, UINT_PTR timerId, DWORD now);
 // The library's shutdown of the flashing: every blink stopped (entities restored, outlines

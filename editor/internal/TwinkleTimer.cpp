@@ -1,8 +1,10 @@
 // The flashing highlight's timer procedure: one tick hides or shows every blinking entity in
 // step with the phase, ends the blinks whose time ran out and refreshes the view.
 #include "editor/Twinkle.h"
+#include "editor/internal/DocLock.h"
 #include "editor/internal/TwinkleState.h"
 #include "host/api/aced.h"
+#include "msg/MessageReport.h"
 
 namespace KWRDPub::twinkle {
 
@@ -53,12 +55,12 @@ void TimerProc(HWND hwnd, UINT, UINT_PTR timerId, DWORD now) {
     return;
   }
   try {
-    DocumentLock lock;
+    kweditor::DocLock lock;
     std::vector<int> expired = BlinkAll(now);
     for (size_t i = expired.size(); i-- > 0;) EndExpired(expired[i]);
     acedRedraw(nullptr, 0);
   } catch (...) {
-    ReportError(L"\n TimerProc error. \n");
+    KWRDPub::ReportMessage(L"\n TimerProc error. \n");
     KWStopAllTwinkle(hwnd);
     StopTimer(timerId);
   }

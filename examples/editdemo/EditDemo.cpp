@@ -10,7 +10,8 @@
 //        EDITPLINE   draws a polyline through typed points (CreatePline);
 //        EDITZOOM    makes two points visible (CadView::acs_zm2pt);
 //        EDITPICK    selects with keywords and Shift (KWRDPub::KWSSGetWithKeyword);
-//        EDITFLASH   blinks a selection for a while (KWTwinkle); EDITSTOPFLASH stops it.
+//        EDITFLASH   blinks a selection or an outline for a while (KWTwinkle);
+//                    EDITSTOPFLASH stops it.
 //   2. Each command asks on the command line, calls the service and prints its result: the
 //      handle of what was made, or the service's code when it failed.
 //   3. At unload (kUnloadAppMsg) it removes its command group: the library outlives the
