@@ -53,6 +53,8 @@ AcRx::AppRetCode CRDPubApp::On_kUnloadAppMsg(void* pkt) {
   KWRDPub::DebugTrace(L"Unload KWRDPub.arx");
   AcRx::AppRetCode result = AcRxArxApp::On_kUnloadAppMsg(pkt);
   acedRemoveWatchWinMsg(&CRDPubApp::WatchMainWindow);
+  // Blinking entities get their looks back and the timer goes while the host is still there.
+  KWRDPub::twinkle::Shutdown();
   KWRDPub::TraceLogo(L"<RDPubUnloaded />");
   KWRDPub::GetModuleState().MarkUnloading();
   RDUserConfig::Save();
@@ -75,7 +77,6 @@ void CRDPubApp::WatchMainWindow(const MSG* msg) {
 }
 
 void CRDPubApp::ProcessDetach() {
-  KWRDPub::twinkle::Shutdown();
   CLineStyleCollection::Destroy();
   CFontCollection::Destroy();
   CRDMsgManager::Destroy();

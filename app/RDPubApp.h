@@ -27,13 +27,13 @@ class CRDPubApp : public AcRxArxApp {
   // record the host's end (tick count, trace line, host-ending flag).
   static void WatchMainWindow(const MSG* msg);
   // The library's one shutdown: destroys every singleton of the library, in this order:
-  //   1. the flashing highlight (blinking entities get their looks back while the drawing is
-  //      still there, the timer goes);
-  //   2. the line style and text style collections (unsaved changes are dropped, as at exit);
-  //   3. the message dispatcher (it releases its auto-deleted watcher objects);
-  //   4. the message tracker;
-  //   5. the trace log, last: the others may write lines until they are gone, and a running
+  //   1. the line style and text style collections (unsaved changes are dropped, as at exit);
+  //   2. the message dispatcher (it releases its auto-deleted watcher objects);
+  //   3. the message tracker;
+  //   4. the trace log, last: the others may write lines until they are gone, and a running
   //      companion is asked to keep the last lines before the block goes.
+  // It never calls the host, which may be gone by then (at process exit); the flashing
+  // highlight, which needs the host to restore entities, ends at the unload message.
   // Each is created again by its next GetInstance. Safe to call more than once.
   static void ProcessDetach();
 

@@ -138,8 +138,9 @@ void RecordTable::clear() {
 }
 
 State& Twinkle() {
-  static State state;
-  return state;
+  // Never destroyed: the library's shutdown runs after the exit handlers that destroy statics.
+  static State* const state = new State;
+  return *state;
 }
 
 int StartOne(const ads_name ent, int colorIndex, const wchar_t* linetype, double width,
@@ -223,8 +224,8 @@ bool EraseTemporary(int64_t objectId) {
 }
 
 void Shutdown() {
-  KWStopAllTwinkle(nullptr);
   State& s = Twinkle();
+  KWStopAllTwinkle(nullptr);
   if (s.timerRunning) KillTimer(nullptr, kTimerId);
   s = State{};
 }

@@ -103,9 +103,9 @@ void EndRecord(int id, const UENTINFO& r);
 bool EraseTemporary(int64_t objectId);
 // The host's timer procedure of the flashing highlight.
 void TimerProc(HWND hwnd, UINT message, UINT_PTR timerId, DWORD now);
-// The library's shutdown of the flashing: every blink stopped (entities restored, outlines
-// erased), the timer killed and the state as at load, so that a library loaded again (or a
-// host session started afresh) starts its timer with its first blink.
+// The end of the flashing when the library unloads (the host still running): every blink stopped
+// (entities restored, outlines erased), the timer killed and the state as at load, so that a
+// library loaded again (or a host session started afresh) starts its timer with its first blink.
 void Shutdown();
 
 }  // namespace KWRDPub::twinkle
