@@ -181,24 +181,26 @@ bool Reader::Add(AcDbObject* object, const Identity& id, AcDbObjectId owner, AcD
   return true;
 }
 
+bool Reader::AddProxy(bool handle105, AcDbObjectId* added) {
+  Identity id;
+  id.line = rec_.line;
+  for (const RawTag& t : rec_.tags) {
+    if ((t.code == 5 || (handle105 && t.code == 105)) && id.handle == 0 &&
+        !ParseHandle(t.text, &id.handle)) {
+      return Fail("a handle that is not hex");
+    }
+    if (t.code == 330 && id.owner == 0) ParseHandle(t.text, &id.owner);
+    if (t.code == 100) break;
+  }
+  return Add(new db::ProxyObject(std::string(rec_.type), AllTags(rec_)), id, AcDbObjectId(), added);
+}
+
 bool Reader::Objects() {
   db::DatabaseExtras& extras = db::Extras(db_);
   while (NextRecord() && rec_.type != "ENDSEC") {
     if (IsStructureRecord(rec_.type)) return Fail("ENDSEC expected");
-    Identity id;
-    id.line = rec_.line;
-    for (const RawTag& t : rec_.tags) {
-      if (t.code == 5 && id.handle == 0 && !ParseHandle(t.text, &id.handle)) {
-        return Fail("a handle that is not hex");
-      }
-      if (t.code == 330 && id.owner == 0) ParseHandle(t.text, &id.owner);
-      if (t.code == 100) break;
-    }
     AcDbObjectId added;
-    if (!Add(new db::ProxyObject(std::string(rec_.type), AllTags(rec_)), id, AcDbObjectId(),
-             &added)) {
-      return false;
-    }
+    if (!AddProxy(false, &added)) return false;
     extras.objects.push_back(added);
   }
   return !records_.failed();

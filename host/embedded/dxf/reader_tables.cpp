@@ -127,21 +127,8 @@ bool Reader::TableHead(std::string_view name, AcDbObjectId table) {
 }
 
 bool Reader::ProxyRecord(std::string_view table, size_t index) {
-  Identity id;
-  id.line = rec_.line;
-  for (const RawTag& t : rec_.tags) {
-    if ((t.code == 5 || (t.code == 105 && table == "DIMSTYLE")) && id.handle == 0 &&
-        !ParseHandle(t.text, &id.handle)) {
-      return Fail("a handle that is not hex");
-    }
-    if (t.code == 330 && id.owner == 0) ParseHandle(t.text, &id.owner);
-    if (t.code == 100) break;
-  }
   AcDbObjectId added;
-  if (!Add(new db::ProxyObject(std::string(rec_.type), AllTags(rec_)), id, AcDbObjectId(),
-           &added)) {
-    return false;
-  }
+  if (!AddProxy(table == "DIMSTYLE", &added)) return false;
   db::Extras(db_).tables[index].records.push_back(added);
   return true;
 }

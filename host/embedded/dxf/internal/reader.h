@@ -120,6 +120,9 @@ class Reader {
             const FieldFn& field, Identity* id);
   db::Tags AllTags(const Record& r) const;
   bool Add(AcDbObject* object, const Identity& id, AcDbObjectId owner, AcDbObjectId* added);
+  // Keeps the current record as an unmodelled object (its handle from group 5, or 105 when
+  // `handle105` — a DIMSTYLE —, its owner from the first 330 before any subclass marker).
+  bool AddProxy(bool handle105, AcDbObjectId* added);
   bool TakeSideHandle(uint64_t handle, size_t line);
   bool Vacate(uint64_t handle);
   bool NextRecord();
