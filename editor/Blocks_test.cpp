@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "common/fileio.h"
+#include "common/testing/TempDir.h"
 #include "editor/EntityCreation.h"
 #include "host/api/dbads.h"
 #include "host/api/dbents.h"
@@ -85,23 +86,24 @@ int BlockCount() {
 class BlocksTest : public ::testing::Test {
  protected:
   static void SetUpTestSuite() {
-    char dir[] = "/tmp/kwblocktest-XXXXXX";
-    ASSERT_NE(mkdtemp(dir), nullptr);
-    root_ = kw::WidePath(dir);
+    temp_ = new kwtest::TempDir("kwblocktest");
+    root_ = temp_->wpath();
     kwhost::ResetSession();
     WriteDrawing(root_ + L"/well.dxf");
     WriteDrawing(root_ + L"/pump.v2.dxf");
     WriteDrawing(root_ + L"/plain");
     ASSERT_TRUE(kw::Fs().WriteFileAtomic(root_ + L"/broken.dxf", "0\nSECTION\n2\nNONSENSE\n"));
   }
-  static void TearDownTestSuite() { std::filesystem::remove_all(kw::NativePath(root_)); }
+  static void TearDownTestSuite() { delete temp_; }
   void SetUp() override {
     kwhost::ResetSession();
     kwhost::TakeOutput();
   }
   static std::wstring Path(const wchar_t* name) { return root_ + L"/" + name; }
+  static kwtest::TempDir* temp_;
   static std::wstring root_;
 };
+kwtest::TempDir* BlocksTest::temp_ = nullptr;
 std::wstring BlocksTest::root_;
 
 // ---------------------------------------------------------------- KWInsert

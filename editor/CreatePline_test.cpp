@@ -9,6 +9,7 @@
 #include <string>
 
 #include "common/fileio.h"
+#include "common/testing/TempDir.h"
 #include "common/text.h"
 #include "editor/EntityCreation.h"
 #include "host/api/dbpl.h"
@@ -24,12 +25,11 @@ constexpr char kLinFile[] =
 class CreatePlineTest : public ::testing::Test {
  protected:
   static void SetUpTestSuite() {
-    char dir[] = "/tmp/kwplinetest-XXXXXX";
-    ASSERT_NE(mkdtemp(dir), nullptr);
-    root_ = dir;
+    temp_ = new kwtest::TempDir("kwplinetest");
+    root_ = temp_->path();
     ASSERT_TRUE(kw::Fs().WriteFileAtomic(kw::WidePath(root_ + "/acadiso.lin"), kLinFile));
   }
-  static void TearDownTestSuite() { std::filesystem::remove_all(root_); }
+  static void TearDownTestSuite() { delete temp_; }
   void SetUp() override {
     setenv("KWRD_SUPPORT_PATH", root_.c_str(), 1);
     kwhost::ResetSession();
@@ -60,8 +60,10 @@ class CreatePlineTest : public ::testing::Test {
     points.append(AcGePoint3d(lastX, 0, 0));
     return points;
   }
+  static kwtest::TempDir* temp_;
   static std::string root_;
 };
+kwtest::TempDir* CreatePlineTest::temp_ = nullptr;
 std::string CreatePlineTest::root_;
 
 TEST_F(CreatePlineTest, ClosingWithinTheGapOfTheFirstPointAddsNoVertex) {

@@ -10,6 +10,7 @@
 
 #include "common/encoding.h"
 #include "common/fileio.h"
+#include "common/testing/TempDir.h"
 #include "host/api/adsdef.h"
 #include "host/api/dbmain.h"
 #include "host/api/dbsymtb.h"
@@ -90,10 +91,10 @@ CLineStyle Plain(const wchar_t* name, int n) {
 class LineStyles : public ::testing::Test {
  protected:
   static void SetUpTestSuite() {
-    char tmpl[] = "/tmp/kwlstyle_XXXXXX";
-    s_root = mkdtemp(tmpl);
+    s_temp = new kwtest::TempDir("kwlstyle");
+    s_root = s_temp->path();
   }
-  static void TearDownTestSuite() { fs::remove_all(s_root); }
+  static void TearDownTestSuite() { delete s_temp; }
 
   void SetUp() override {
     kwhost::ResetSession();
@@ -117,6 +118,7 @@ class LineStyles : public ::testing::Test {
     return names;
   }
 
+  static inline kwtest::TempDir* s_temp = nullptr;
   static inline fs::path s_root;
   fs::path m_project;
 };

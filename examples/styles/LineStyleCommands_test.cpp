@@ -1,5 +1,4 @@
 #include "examples/styles/LineStyleCommands.h"
-#include "examples/styles/StyleCommands.h"
 
 #include <gtest/gtest.h>
 #include <stdlib.h>
@@ -8,6 +7,8 @@
 #include <fstream>
 
 #include "common/fileio.h"
+#include "common/testing/TempDir.h"
+#include "examples/styles/StyleCommands.h"
 #include "host/api/dbmain.h"
 #include "host/api/dbsymtb.h"
 #include "kwhost/embedded.h"
@@ -33,10 +34,10 @@ bool DrawingHas(const wchar_t* name) {
 class LineStyleCommands : public ::testing::Test {
  protected:
   static void SetUpTestSuite() {
-    char tmpl[] = "/tmp/kwltcmd_XXXXXX";
-    s_root = mkdtemp(tmpl);
+    s_temp = new kwtest::TempDir("kwltcmd");
+    s_root = s_temp->path();
   }
-  static void TearDownTestSuite() { fs::remove_all(s_root); }
+  static void TearDownTestSuite() { delete s_temp; }
 
   void SetUp() override {
     kwhost::ResetSession();
@@ -57,6 +58,7 @@ class LineStyleCommands : public ::testing::Test {
   }
   std::wstring Path(const char* name) const { return kw::WidePath((m_project / name).string()); }
 
+  static inline kwtest::TempDir* s_temp = nullptr;
   static inline fs::path s_root;
   fs::path m_project;
 };
