@@ -141,7 +141,7 @@ db::Tags Reader::AllTags(const Record& r) const {
 }
 
 // A handle of the file may already have gone to an object the reader made itself (a layer an
-// entity named, a block record of an R12 file) when the file's header gave no handle seed
+// entity named, a block record of an R12 file) when the file's header gave no $HANDSEED
 // above it: that object moves to a free handle. False when a file object holds the handle.
 bool Reader::Vacate(uint64_t handle) {
   AcDbObjectId id;

@@ -1,11 +1,11 @@
 // Shape files: named shapes that complex linetypes place on their dashes. Two forms:
-//   - ".shp" text: "*number,defbytes,NAME" then the shape's specification bytes, separated by
+//   - ".shp" text: "*number,defbytes,NAME" then the shape's definition bytes, separated by
 //     commas, up to and including the terminating 0 (parentheses are decoration, ";" starts a
 //     comment, a number written with a leading 0 is hexadecimal);
 //   - ".shx" compiled: the line "AutoCAD-86 shapes 1.0" ended by CR LF and 0x1A, then
 //     little-endian 16-bit words: lowest number, highest number, count; count index entries of
 //     (number, length); then each shape's bytes in index order: its name ended by a zero byte,
-//     then its specification bytes.
+//     then its definition bytes.
 // Readers bound their work and memory by the input: counts and lengths are checked against
 // the bytes left before anything is reserved.
 #ifndef KW_HOST_EMBEDDED_LINETYPES_SHAPES_H_
@@ -21,14 +21,14 @@ namespace kwhost::linetypes {
 struct Shape {
   uint16_t number = 0;
   std::string name;   // as written (ASCII in practice)
-  std::string bytes;  // specification bytes, the terminating 0 included
+  std::string bytes;  // definition bytes, the terminating 0 included
 };
 
 struct ShapeFile {
   std::vector<Shape> shapes;  // file order
 };
 
-// The most specification bytes one shape may have.
+// The most definition bytes one shape may have.
 inline constexpr size_t kMaxShapeBytes = 2000;
 
 // Reads ".shp" text. A shape whose header or bytes are malformed (count not matching defbytes,

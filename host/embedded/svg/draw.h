@@ -82,7 +82,7 @@ std::vector<Item> ApplyLinetypes(std::vector<Item> items, AcDbDatabase& db, doub
 std::vector<AcGePoint3d> ArcPoints(const AcGePoint3d& center, double radius, double startAngle,
                                    double sweep, double unitsPerPixel);
 
-// A shape's strokes in shape units (pen-down runs), from its specification bytes.
+// A shape's strokes in shape units (pen-down runs), from its definition bytes.
 // `subshape` resolves the numbers of code 7 (null: none).
 using ShapeLookup = std::function<const std::string*(int number)>;
 std::vector<std::vector<AcGePoint2d>> ShapeStrokes(std::string_view bytes,

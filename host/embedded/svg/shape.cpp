@@ -1,4 +1,4 @@
-// Shape specification bytes to strokes: vectors of length and direction, the special codes
+// Shape definition bytes to strokes: vectors of length and direction, the special codes
 // 0-14 (pen, scale, position stack, subshapes, displacements, octant, fractional and bulge
 // arcs), pen-down runs collected as strokes. Every read is checked against the bytes left, so
 // a malformed shape ends early instead of reading past its bytes.
@@ -143,12 +143,12 @@ class Pen {
   bool octantArc(bool skip) {
     if (!more(2)) return false;
     const double radius = next() * m_scale;
-    const int spec = nextSigned();
+    const int octantCode = nextSigned();
     if (skip) return true;
-    const int magnitude = std::abs(spec);
+    const int magnitude = std::abs(octantCode);
     const int count = (magnitude & 0x0F) == 0 ? 8 : (magnitude & 0x0F);
     const double start = ((magnitude >> 4) & 0x07) * kOctant;
-    arc(radius, start, (spec < 0 ? -1 : 1) * count * kOctant);
+    arc(radius, start, (octantCode < 0 ? -1 : 1) * count * kOctant);
     return true;
   }
 
@@ -158,11 +158,11 @@ class Pen {
     const double endOffset = next() * kOctant / 256.0;
     const int high = next();
     const double radius = (high * 256 + next()) * m_scale;
-    const int spec = nextSigned();
+    const int octantCode = nextSigned();
     if (skip) return true;
-    const int magnitude = std::abs(spec);
+    const int magnitude = std::abs(octantCode);
     const int count = (magnitude & 0x0F) == 0 ? 8 : (magnitude & 0x0F);
-    const double sign = spec < 0 ? -1 : 1;
+    const double sign = octantCode < 0 ? -1 : 1;
     const double start = ((magnitude >> 4) & 0x07) * kOctant + sign * startOffset;
     double sweep = count * kOctant - startOffset;
     if (endOffset > 0) sweep -= kOctant - endOffset;

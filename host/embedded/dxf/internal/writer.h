@@ -4,8 +4,8 @@
 //
 // Invariants:
 //   1. Every handle written is unique in the file: database objects keep theirs (all below the
-//      handle seed), the groups the writer adds take theirs from next_, which starts at the
-//      seed; the $HANDSEED written is above both.
+//      database's next free handle), the groups the writer adds take theirs from next_, which
+//      starts there; the $HANDSEED written is above both.
 //   2. The writer never changes the database except to give handles to objects without one.
 #ifndef KWHOST_EMBEDDED_DXF_INTERNAL_WRITER_H_
 #define KWHOST_EMBEDDED_DXF_INTERNAL_WRITER_H_
