@@ -9,16 +9,15 @@
 #include <benchmark/benchmark.h>
 #include <libxml/parser.h>
 #include <libxml/tree.h>
-#include <stdlib.h>
 #include <time.h>
 
-#include <filesystem>
 #include <string>
 #include <vector>
 
 #include "bench/bench_util.h"
 #include "common/encoding.h"
 #include "common/fileio.h"
+#include "common/testing/TempDir.h"
 #include "host/api/dbmain.h"
 #include "host/api/dbsymtb.h"
 #include "kwhost/embedded.h"
@@ -98,8 +97,8 @@ size_t PlainRun(const std::wstring& path) {
 }
 
 void load_save_2000(benchmark::State& state) {
-  char tmpl[] = "/tmp/kwbench_lstyle_XXXXXX";
-  const std::string dir = mkdtemp(tmpl);
+  const kwtest::TempDir temp("kwbench_lstyle");
+  const std::string& dir = temp.path();
   const std::wstring file = MakeProject(dir);
   const std::wstring plain = kw::WidePath(dir + "/plain.xml");
   kw::Fs().WriteFileAtomic(plain, CollectionFile());
@@ -116,7 +115,6 @@ void load_save_2000(benchmark::State& state) {
   }
   state.counters["ratio"] = oursTime / baseTime;
   CLineStyleCollection::Destroy();
-  std::filesystem::remove_all(dir);
 }
 
 AcDbObjectId StandardStyle() {
@@ -159,8 +157,8 @@ void AddRecords(const std::vector<CLineStyle>& styles) {
 }
 
 void restore_2000(benchmark::State& state) {
-  char tmpl[] = "/tmp/kwbench_lstyle_XXXXXX";
-  const std::string dir = mkdtemp(tmpl);
+  const kwtest::TempDir temp("kwbench_lstyle");
+  const std::string& dir = temp.path();
   MakeProject(dir);
   kwhost::ResetSession();
   CLineStyleCollection::Destroy();
@@ -186,7 +184,6 @@ void restore_2000(benchmark::State& state) {
   kwhost::TakeOutput();
   state.counters["ratio"] = oursTime / baseTime;
   CLineStyleCollection::Destroy();
-  std::filesystem::remove_all(dir);
 }
 
 }  // namespace

@@ -2,13 +2,13 @@
 // rendered by rsvg-convert. The entity shows in its blinking colour in the drawn phase, is
 // missing in the hidden one, and is back in its own colour once the blink ends.
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <cmath>
 #include <string>
 
 #include "common/encoding.h"
 #include "common/testing/SvgRaster.h"
+#include "common/testing/TempDir.h"
 #include "editor/Twinkle.h"
 #include "host/api/adsdef.h"
 #include "host/api/dbads.h"
@@ -28,8 +28,6 @@ class BlinkPicture : public ::testing::Test {
     if (!kwtest::HaveSvgRenderer()) GTEST_SKIP() << "rsvg-convert is not installed";
     kwhost::ResetSession();
     kwhost::SetManualClock(1000, 12, 0, 0);
-    char tmpl[] = "/tmp/kw_blink_XXXXXX";
-    folder = mkdtemp(tmpl);
     // The window from (0,-4.5) to (160,94.5), 99 units high on the 1280 x 720 screen.
     resbuf center{};
     center.restype = RT3DPOINT;
@@ -46,7 +44,6 @@ class BlinkPicture : public ::testing::Test {
     KWStopAllTwinkle(nullptr);
     kwhost::AdvanceClock(1000);
     kwhost::PumpMessages();
-    std::system(("rm -rf '" + folder + "'").c_str());
   }
 
   static AcDbObjectId Line(double x0, double y0, double x1, double y1, int color) {
@@ -67,7 +64,7 @@ class BlinkPicture : public ::testing::Test {
   // The colour where the blinking line crosses x = 80 in a picture taken now: whichever of
   // white, blue and red is nearest (black when no picture could be taken).
   Pixel Snapshot() {
-    const std::string path = folder + "/shot" + std::to_string(++shots) + ".svg";
+    const std::string path = folder.At("shot" + std::to_string(++shots) + ".svg");
     kwtest::Raster image;
     if (!kwhost::ExportSvg(kw::FromUtf8(path)) || !kwtest::RenderSvg(path, &image)) return {};
     const double upp = 99.0 / 720.0;
@@ -82,7 +79,7 @@ class BlinkPicture : public ::testing::Test {
     return best;
   }
 
-  std::string folder;
+  const kwtest::TempDir folder{"kw_blink"};
   AcDbObjectId line;
   int shots = 0;
 };

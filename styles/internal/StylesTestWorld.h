@@ -11,6 +11,7 @@
 #include <iterator>
 #include <string>
 
+#include "common/testing/TempDir.h"
 #include "host/api/dbmain.h"
 #include "host/api/dbsymtb.h"
 
@@ -34,7 +35,9 @@ class StylesWorld : public ::testing::Test {
   static AcDbObjectId AddTextStyle(const wchar_t* name, const wchar_t* file,
                                    const wchar_t* bigFont = L"", const wchar_t* typeface = nullptr);
 
-  std::string dir_;
+  const kwtest::TempDir temp_{"kwstyles"};
+  // The project folder.
+  const std::string dir_ = temp_.path();
 };
 
 #endif  // KW_STYLES_INTERNAL_STYLESTESTWORLD_H_

@@ -1,16 +1,11 @@
 #include "styles/internal/StylesTestWorld.h"
 
-#include <stdlib.h>
-
 #include "common/fileio.h"
 #include "kwhost/embedded.h"
 #include "services/paths.h"
 #include "styles/FontCollection.h"
 
 void StylesWorld::SetUp() {
-  char tmpl[] = "/tmp/kwstyles_XXXXXX";
-  ASSERT_NE(mkdtemp(tmpl), nullptr);
-  dir_ = tmpl;
   KWRDPub::SetCurPrjPath(kw::WidePath(dir_).c_str());
   kwhost::ResetSession();
   CFontCollection::Destroy();
@@ -18,7 +13,6 @@ void StylesWorld::SetUp() {
 
 void StylesWorld::TearDown() {
   CFontCollection::Destroy();
-  std::filesystem::remove_all(dir_);
 }
 
 AcDbDatabase* StylesWorld::Db() {

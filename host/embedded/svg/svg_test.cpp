@@ -2,15 +2,16 @@
 // renderer (rsvg-convert) and checked pixel by pixel where each entity must or must not show.
 // The palette and the shape reader are checked on their own.
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <cmath>
 #include <functional>
 #include <numbers>
+#include <optional>
 
 #include "common/encoding.h"
 #include "common/fileio.h"
 #include "common/testing/SvgRaster.h"
+#include "common/testing/TempDir.h"
 #include "host/api/aced.h"
 #include "host/api/dbads.h"
 #include "host/api/dbents.h"
@@ -146,17 +147,13 @@ class Picture : public ::testing::Test {
     if (!kwtest::HaveSvgRenderer()) return;
     kwhost::ResetSession();
     BuildDrawing();
-    char tmpl[] = "/tmp/kw_svg_XXXXXX";
-    folder = mkdtemp(tmpl);
-    const std::string path = folder + "/picture.svg";
+    const kwtest::TempDir folder("kw_svg");  // the picture is read back before it goes
+    const std::string path = folder.At("picture.svg");
     std::wstring why;
     exported = kwhost::ExportSvg(kw::FromUtf8(path), &why);
     rendered = exported && kwtest::RenderSvg(path, &image);
   }
-  static void TearDownTestSuite() {
-    if (!folder.empty()) std::system(("rm -rf '" + folder + "'").c_str());
-    kwhost::ResetSession();
-  }
+  static void TearDownTestSuite() { kwhost::ResetSession(); }
   void SetUp() override {
     if (!kwtest::HaveSvgRenderer()) GTEST_SKIP() << "rsvg-convert is not installed";
     ASSERT_TRUE(exported);
@@ -194,7 +191,6 @@ class Picture : public ::testing::Test {
     return true;
   }
 
-  static inline std::string folder;
   static inline bool exported = false, rendered = false;
   static inline kwtest::Raster image;
 };
@@ -267,18 +263,15 @@ TEST_F(Picture, LinetypesShowTheirDashesAndShapes) {
 
 class ExportCommand : public ::testing::Test {
  protected:
-  void SetUp() override {
-    kwhost::ResetSession();
-    char tmpl[] = "/tmp/kw_svgcmd_XXXXXX";
-    folder = mkdtemp(tmpl);
-  }
-  void TearDown() override { std::system(("rm -rf '" + folder + "'").c_str()); }
-  std::string folder;
+  static void SetUpTestSuite() { folder.emplace("kw_svgcmd"); }
+  static void TearDownTestSuite() { folder.reset(); }
+  void SetUp() override { kwhost::ResetSession(); }
+  static inline std::optional<kwtest::TempDir> folder;
 };
 
 TEST_F(ExportCommand, WritesThePictureAndAddsTheExtension) {
   Line(0, 0, 10, 10, 1);
-  const std::wstring stem = kw::FromUtf8(folder) + L"/my pic";
+  const std::wstring stem = folder->WAt(L"my pic");
   kwhost::QueueInput(stem);
   ASSERT_TRUE(kwhost::RunCommand(L"exportsvg"));
   EXPECT_EQ(kwhost::TakeOutput(), L"\n图片文件: \n已输出图片 " + stem + L".svg。");
@@ -289,7 +282,7 @@ TEST_F(ExportCommand, WritesThePictureAndAddsTheExtension) {
 }
 
 TEST_F(ExportCommand, SaysWhyWhenTheFileCannotBeWritten) {
-  const std::wstring path = kw::FromUtf8(folder) + L"/missing/a.svg";
+  const std::wstring path = folder->WAt(L"missing/a.svg");
   kwhost::QueueInput(path);
   ASSERT_TRUE(kwhost::RunCommand(L"EXPORTSVG"));
   EXPECT_EQ(kwhost::TakeOutput(), L"\n图片文件: \n无法输出图片: cannot write " + path);
@@ -307,13 +300,13 @@ TEST_F(ExportCommand, ThePictureIsTheScreenAndFollowsTheViewDirection) {
   size.restype = RTREAL;
   size.resval.rreal = 100;  // 200 units wide: x from -100 to 100
   ASSERT_TRUE(kwhost::DefineSysVar(L"VIEWSIZE", &size));
-  const std::string top = folder + "/top.svg";
+  const std::string top = folder->At("top.svg");
   ASSERT_TRUE(kwhost::ExportSvg(kw::FromUtf8(top)));
   resbuf below{};
   below.restype = RT3DPOINT;
   below.resval.rpoint[2] = -1;  // seen from below, x runs to the left of the screen
   ASSERT_TRUE(kwhost::DefineSysVar(L"VIEWDIR", &below));
-  const std::string under = folder + "/under.svg";
+  const std::string under = folder->At("under.svg");
   ASSERT_TRUE(kwhost::ExportSvg(kw::FromUtf8(under)));
   kwtest::Raster image;
   ASSERT_TRUE(kwtest::RenderSvg(top, &image));
@@ -350,7 +343,7 @@ TEST_F(ExportCommand, NestedBlocksThatMultiplyStayWithinThePicturesLimits) {
   table->getAt(L"B40", top);
   table->close();
   Add(new AcDbBlockReference(AcGePoint3d(0, 0, 0), top));
-  const std::wstring path = kw::FromUtf8(folder) + L"/nested.svg";
+  const std::wstring path = folder->WAt(L"nested.svg");
   ASSERT_TRUE(kwhost::ExportSvg(path));
   std::string bytes;
   ASSERT_TRUE(kw::Fs().ReadFile(path, &bytes));
