@@ -61,6 +61,16 @@ function(kw_add_test_program name)
   set_tests_properties(${name} PROPERTIES ENVIRONMENT "ASAN_OPTIONS=detect_leaks=1;UBSAN_OPTIONS=print_stacktrace=1")
 endfunction()
 
+# kw_add_alloc_meter(<program>): gives a test, fuzz or replay program the allocation meter
+# (common/testing/AllocMeter.h). The meter replaces the global operator new, of which a program
+# may hold only one, so it is a source of the programs that measure and never part of kwtesting,
+# which every program links. Does nothing when the program is not built.
+function(kw_add_alloc_meter name)
+  if(TARGET ${name})
+    target_sources(${name} PRIVATE ${CMAKE_SOURCE_DIR}/common/testing/AllocMeter.cpp)
+  endif()
+endfunction()
+
 # Adds the folder's sources to a library target and its tests as "<dir>_test".
 function(kw_library_folder target dir)
   kw_folder_sources(srcs ${dir})

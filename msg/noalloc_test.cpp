@@ -1,92 +1,18 @@
 // Proves that the hot paths allocate no heap memory once warm: an untraced (and a traced)
-// SendMessageW and TraceLogo. Every operator new of this program is replaced by a counting one;
-// under AddressSanitizer every malloc is counted as well through the sanitizer's hooks.
+// SendMessageW and TraceLogo. The allocation meter counts every operator new of this program,
+// and under AddressSanitizer every malloc as well.
 #include <gtest/gtest.h>
 
-#include <atomic>
-#include <cstdlib>
-#include <new>
+#include <cstdint>
 #include <string>
 
+#include "common/testing/AllocMeter.h"
 #include "kwhost/embedded.h"
 #include "msg/ModuleState.h"
 #include "msg/RDMsgManager.h"
 #include "msg/TraceLogo.h"
 
-#if defined(__SANITIZE_ADDRESS__)
-// From the sanitizer runtime's allocator interface (its header is not installed with gcc).
-extern "C" int __sanitizer_install_malloc_and_free_hooks(void (*)(const volatile void*, size_t),
-                                                         void (*)(const volatile void*));
-#endif
-
 namespace {
-
-std::atomic<bool> g_counting{false};
-std::atomic<long> g_allocations{0};
-
-void* Counted(size_t size) {
-  if (g_counting.load(std::memory_order_relaxed)) g_allocations.fetch_add(1);
-  void* p = std::malloc(size ? size : 1);
-  if (!p) throw std::bad_alloc();
-  return p;
-}
-
-#if defined(__SANITIZE_ADDRESS__)
-void OnMalloc(const volatile void*, size_t) {
-  if (g_counting.load(std::memory_order_relaxed)) g_allocations.fetch_add(1);
-}
-void OnFree(const volatile void*) {}
-#endif
-
-}  // namespace
-
-void* operator new(size_t size) {
-  return Counted(size);
-}
-void* operator new[](size_t size) {
-  return Counted(size);
-}
-void* operator new(size_t size, const std::nothrow_t&) noexcept {
-  try {
-    return Counted(size);
-  } catch (...) {
-    return nullptr;
-  }
-}
-void* operator new[](size_t size, const std::nothrow_t& tag) noexcept {
-  return operator new(size, tag);
-}
-void operator delete(void* p) noexcept {
-  std::free(p);
-}
-void operator delete[](void* p) noexcept {
-  std::free(p);
-}
-void operator delete(void* p, size_t) noexcept {
-  std::free(p);
-}
-void operator delete[](void* p, size_t) noexcept {
-  std::free(p);
-}
-
-namespace {
-
-class Counting {
- public:
-  Counting() {
-#if defined(__SANITIZE_ADDRESS__)
-    __sanitizer_install_malloc_and_free_hooks(&OnMalloc, &OnFree);
-#endif
-    g_allocations = 0;
-    g_counting = true;
-  }
-  ~Counting() {
-    g_counting = false;
-  }
-  long Count() const {
-    return g_allocations.load();
-  }
-};
 
 unsigned long Answer(KWMSGHDR* msg, void*) {
   return msg->msg;
@@ -94,10 +20,10 @@ unsigned long Answer(KWMSGHDR* msg, void*) {
 
 std::wstring* volatile g_sink = nullptr;
 
-TEST(NoAllocation, TheCounterSeesAllocations) {
-  Counting counting;
+TEST(NoAllocation, TheMeterSeesAllocations) {
+  kwtest::AllocMeter meter;
   g_sink = new std::wstring(100, L'x');
-  long seen = counting.Count();
+  const int64_t seen = meter.Count();
   delete g_sink;
   EXPECT_GE(seen, 1);
 }
@@ -118,17 +44,17 @@ TEST(NoAllocation, WarmSendsAndTraceLinesAllocateNothing) {
   };
   mgr->SendMessageW(&msg);
   traceLine();
-  long untraced = 0;
-  long traced = 0;
+  int64_t untraced = 0;
+  int64_t traced = 0;
   {
-    Counting counting;
+    kwtest::AllocMeter meter;
     st.SetSendLog(0);
     for (int i = 0; i < 100; ++i) mgr->SendMessageW(&msg);
     for (int i = 0; i < 100; ++i) traceLine();
-    untraced = counting.Count();
+    untraced = meter.Count();
     st.SetSendLog(1);
     for (int i = 0; i < 100; ++i) mgr->SendMessageW(&msg);
-    traced = counting.Count() - untraced;
+    traced = meter.Count() - untraced;
     st.SetSendLog(0);
   }
   EXPECT_EQ(untraced, 0);

@@ -5,70 +5,12 @@
 
 #include <gtest/gtest.h>
 
-#include <atomic>
-#include <cstdlib>
-#include <new>
 #include <string>
+#include <utility>
 #include <vector>
 
+#include "common/testing/AllocMeter.h"
 #include "tools/kwtracelogo/TestBlock.h"
-
-// Live heap bytes of this program: every operator new is replaced by one that remembers its
-// size in front of the block.
-namespace {
-
-std::atomic<long> g_live{0};
-std::atomic<long> g_peak{0};
-constexpr size_t kHeader = alignof(std::max_align_t);
-
-void* Counted(size_t size) {
-  char* p = static_cast<char*>(std::malloc(size + kHeader));
-  if (!p) throw std::bad_alloc();
-  *reinterpret_cast<size_t*>(p) = size;
-  long live = g_live.fetch_add(static_cast<long>(size)) + static_cast<long>(size);
-  long peak = g_peak.load();
-  while (live > peak && !g_peak.compare_exchange_weak(peak, live)) {
-  }
-  return p + kHeader;
-}
-
-void Uncounted(void* p) {
-  if (!p) return;
-  char* block = static_cast<char*>(p) - kHeader;
-  g_live.fetch_sub(static_cast<long>(*reinterpret_cast<size_t*>(block)));
-  std::free(block);
-}
-
-}  // namespace
-
-void* operator new(size_t size) {
-  return Counted(size);
-}
-void* operator new[](size_t size) {
-  return Counted(size);
-}
-void* operator new(size_t size, const std::nothrow_t&) noexcept {
-  try {
-    return Counted(size);
-  } catch (...) {
-    return nullptr;
-  }
-}
-void* operator new[](size_t size, const std::nothrow_t& tag) noexcept {
-  return operator new(size, tag);
-}
-void operator delete(void* p) noexcept {
-  Uncounted(p);
-}
-void operator delete[](void* p) noexcept {
-  Uncounted(p);
-}
-void operator delete(void* p, size_t) noexcept {
-  Uncounted(p);
-}
-void operator delete[](void* p, size_t) noexcept {
-  Uncounted(p);
-}
 
 namespace kwtracelogo {
 namespace {
@@ -191,8 +133,8 @@ TEST_F(FollowerTest, MemoryDoesNotGrowWithTheLinesFollowed) {
   const std::u16string line(99, u'x');  // 200 bytes with its 0
   block.Append(line);
   ASSERT_TRUE(follower.Poll());
-  const long before = g_live.load();
-  g_peak.store(before);
+  ASSERT_TRUE(kwtest::AllocMeterWorks());  // a bound nobody measures proves nothing
+  kwtest::AllocMeter meter;
   for (int i = 0; i < 100000; ++i) {
     if (block.used() + 200 >= KWRDPub::tracelogo::kFullBytes) {
       ASSERT_TRUE(follower.Poll());  // keeping up: nothing is lost
@@ -205,7 +147,7 @@ TEST_F(FollowerTest, MemoryDoesNotGrowWithTheLinesFollowed) {
   }
   ASSERT_TRUE(follower.Poll());
   EXPECT_EQ(count.lines, 100001);
-  EXPECT_LT(g_peak.load() - before, 4096);
+  EXPECT_LT(meter.PeakBytes(), 4096);
 }
 
 }  // namespace

@@ -1,72 +1,15 @@
 // The command line as modules see it: prompts, answers from queued input, cancel and keywords.
 #include <gtest/gtest.h>
 
-#include <atomic>
-#include <cstdlib>
-#include <new>
+#include <cstdint>
 #include <string>
 
+#include "common/testing/AllocMeter.h"
 #include "host/api/aced.h"
 #include "host/api/acutads.h"
 #include "kwhost/embedded.h"
 
-// Every operator new of this test program goes through a byte counter, so that a test can bound
-// what a call allocates (memory proportional to its input, never to its square).
 namespace {
-
-std::atomic<bool> g_counting{false};
-std::atomic<size_t> g_bytes{0};
-
-void* Counted(size_t size) {
-  if (g_counting.load(std::memory_order_relaxed)) g_bytes.fetch_add(size);
-  void* p = std::malloc(size ? size : 1);
-  if (!p) throw std::bad_alloc();
-  return p;
-}
-
-}  // namespace
-
-void* operator new(size_t size) {
-  return Counted(size);
-}
-void* operator new[](size_t size) {
-  return Counted(size);
-}
-void* operator new(size_t size, const std::nothrow_t&) noexcept {
-  try {
-    return Counted(size);
-  } catch (...) {
-    return nullptr;
-  }
-}
-void* operator new[](size_t size, const std::nothrow_t& tag) noexcept {
-  return operator new(size, tag);
-}
-void operator delete(void* p) noexcept {
-  std::free(p);
-}
-void operator delete[](void* p) noexcept {
-  std::free(p);
-}
-void operator delete(void* p, size_t) noexcept {
-  std::free(p);
-}
-void operator delete[](void* p, size_t) noexcept {
-  std::free(p);
-}
-
-namespace {
-
-// Bytes handed out by operator new while an object of this class lives.
-class CountedBytes {
- public:
-  CountedBytes() {
-    g_bytes = 0;
-    g_counting = true;
-  }
-  ~CountedBytes() { g_counting = false; }
-  size_t Bytes() const { return g_bytes.load(); }
-};
 
 class CommandLine : public ::testing::Test {
  protected:
@@ -212,25 +155,26 @@ TEST_F(CommandLine, TakingWordsCopiesEachWordOnceNotTheRestOfTheLine) {
   for (size_t i = 0; i < kWords; ++i) line += L"w ";
   kwhost::QueueInput(line);
   std::wstring word;
-  size_t bytes = 0;
+  int64_t bytes = 0;
   {
-    CountedBytes counted;
+    kwtest::AllocMeter meter;
     for (size_t i = 0; i < kWords; ++i) {
       ASSERT_TRUE(kwhost::NextInputWord(&word));
       ASSERT_EQ(word, L"w");
     }
-    bytes = counted.Bytes();
+    bytes = meter.TotalBytes();
   }
   EXPECT_EQ(kwhost::PendingInput(), 0u);
-  EXPECT_LT(bytes, line.size() * sizeof(wchar_t));  // not even one copy of the line
+  // Not even one copy of the line.
+  EXPECT_LT(bytes, static_cast<int64_t>(line.size() * sizeof(wchar_t)));
 }
 
-TEST_F(CommandLine, CounterSeesAllocations) {
-  CountedBytes counted;
+TEST_F(CommandLine, TheMeterSeesAllocations) {
+  kwtest::AllocMeter meter;
   std::wstring* volatile text = new std::wstring(100, L'x');
-  const size_t bytes = counted.Bytes();
+  const int64_t bytes = meter.TotalBytes();
   delete text;
-  EXPECT_GE(bytes, 100 * sizeof(wchar_t));
+  EXPECT_GE(bytes, static_cast<int64_t>(100 * sizeof(wchar_t)));
 }
 
 }  // namespace
