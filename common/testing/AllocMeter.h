@@ -3,9 +3,11 @@
 // reader's memory is bounded by its input, and fuzz targets to stop on an input that makes a
 // reader allocate more than its bound.
 //
-// Link AllocMeter.cpp into the program (one per program): under AddressSanitizer it counts every
-// allocation through the sanitizer's malloc hooks (operator new, malloc and realloc alike);
-// without the sanitizer it replaces the global operator new and delete and counts those.
+// A program gets the meter from kw_add_alloc_meter (cmake/kw_helpers.cmake), which adds
+// AllocMeter.cpp to it; the program must not replace operator new itself. Under
+// AddressSanitizer the meter counts every allocation through the sanitizer's malloc hooks
+// (operator new, malloc and realloc alike); without the sanitizer it replaces the global
+// operator new and delete and counts those.
 //
 // One meter at a time, on one thread; nested meters are not supported.
 #ifndef KW_COMMON_TESTING_ALLOCMETER_H_
