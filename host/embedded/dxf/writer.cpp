@@ -55,6 +55,7 @@ Writer::Writer(AcDbDatabase& db, std::string version, std::string codepage, bool
 
 std::string Writer::Run() {
   db::EnsureHandles(db_);
+  by_layer_ = db_.byLayerLinetype();
   next_ = db_.handseed().value();
   if (extras_.objects.empty()) {
     root_ = next_++, groups_ = next_++, layouts_ = next_++;
@@ -70,6 +71,7 @@ std::string Writer::Run() {
   TagWriter head(binary_, TextCodec(version_, codepage_, !binary_));
   if (binary_) head.bytes() = std::string(kBinarySentinel);
   Header(head);
+  head.bytes().reserve(head.bytes().size() + w_.bytes().size());
   head.bytes() += w_.bytes();
   return std::move(head.bytes());
 }
