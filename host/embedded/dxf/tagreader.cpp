@@ -176,6 +176,12 @@ size_t FormatShortDecimal(double v, char* out) {
 
 }  // namespace
 
+std::string FaultText(bool binary, size_t line, std::string_view why) {
+  std::string text = (binary ? "byte " : "line ") + std::to_string(line) + ": ";
+  text += why;
+  return text;
+}
+
 size_t FormatDouble(double v, char* out) {
   if (v == 0) v = 0;  // -0.0 is written as 0.0
   if (const size_t n = FormatShortDecimal(v, out)) return n;
@@ -198,27 +204,18 @@ TagReader::TagReader(std::string_view bytes) : in_(bytes) {
 }
 
 bool TagReader::FailAt(size_t line, std::string_view why) {
-  if (error_.empty()) {
-    error_ = (binary_ ? "byte " : "line ") + std::to_string(line) + ": ";
-    error_ += why;
-  }
+  if (error_.empty()) error_ = FaultText(binary_, line, why);
   done_ = true;
   return false;
 }
 
 bool TagReader::Next(RawTag* tag) {
-  if (replay_) {
-    replay_ = false;
-    *tag = last_;
-    return !done_;
-  }
   if (done_) return false;
   const bool ok = binary_ ? NextBinary(tag) : NextAscii(tag);
   if (!ok) {
     done_ = true;
     return false;
   }
-  last_ = *tag;
   return true;
 }
 
@@ -237,7 +234,7 @@ bool TagReader::ReadLine(std::string_view* line) {
 bool TagReader::NextAscii(RawTag* tag) {
   std::string_view code_text;
   if (!ReadLine(&code_text)) return false;
-  last_.line = tag->line = line_;
+  last_line_ = tag->line = line_;
   int64_t code = 0;
   if (!FastCode(code_text, &code) && !ParseInt(code_text, &code)) {
     // Blank lines after the last tag are not an error.
@@ -307,7 +304,7 @@ bool TagReader::ReadBinaryCode(int* code) {
 
 bool TagReader::NextBinary(RawTag* tag) {
   if (pos_ >= in_.size()) return false;
-  last_.line = tag->line = pos_;
+  last_line_ = tag->line = pos_;
   if (!ReadBinaryCode(&tag->code)) return false;
   tag->type = TypeOfCode(tag->code);
   if (tag->type == ValueType::kInvalid) {

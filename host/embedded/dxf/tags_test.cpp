@@ -68,17 +68,6 @@ TEST(AsciiTagReaderTest, TrailingBlankLinesEndTheFileQuietly) {
   EXPECT_EQ(r.tags.size(), 1u);
 }
 
-TEST(AsciiTagReaderTest, UnreadGivesTheSameTagAgain) {
-  TagReader reader("0\nA\n0\nB\n");
-  RawTag tag;
-  ASSERT_TRUE(reader.Next(&tag));
-  ASSERT_TRUE(reader.Next(&tag));
-  reader.Unread();
-  ASSERT_TRUE(reader.Next(&tag));
-  EXPECT_EQ(tag.text, "B");
-  EXPECT_FALSE(reader.Next(&tag));
-}
-
 TEST(TagWriterTest, AsciiTagsAreRightAlignedCodesAndShortestNumbers) {
   TagWriter w(false, TextCodec());
   w.String(0, "SECTION");

@@ -65,7 +65,8 @@ class FieldFn {
 
 class Reader {
  public:
-  Reader(std::string_view bytes, AcDbDatabase& db) : records_(bytes), db_(db) {}
+  Reader(std::string_view bytes, AcDbDatabase& db, size_t read_ahead_from)
+      : records_(bytes, read_ahead_from), db_(db) {}
   // Reads the whole file: eOk, or a failure status with message() set.
   Acad::ErrorStatus Run();
   const std::string& message() const { return records_.error(); }
