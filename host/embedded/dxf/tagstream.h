@@ -64,17 +64,19 @@ class TagStream {
   void Fill();
   bool TakeChunk();
 
-  TagReader reader_;  // used by the thread when reading ahead
-  size_t last_line_ = 0;
+  // Each side's fields sit on cache lines of their own: the thread writes its reader's
+  // position for every tag, the caller its own.
+  alignas(64) TagReader reader_;  // used by the thread when reading ahead
 
   // The caller's side.
+  alignas(64) size_t last_line_ = 0;
   std::string error_;
   bool done_ = false;
   const std::vector<RawTag>* chunk_ = nullptr;  // the chunk being taken from, or null
   size_t next_tag_ = 0;
 
   // Shared, under mutex_.
-  std::mutex mutex_;
+  alignas(64) std::mutex mutex_;
   std::condition_variable changed_;
   std::vector<RawTag> chunks_[kChunks];
   uint64_t produced_ = 0;
