@@ -209,6 +209,10 @@ void RaiseHandseed(AcDbDatabase& db, uint64_t next) {
   if (next > impl.nextHandle) impl.nextHandle = next;
 }
 
+size_t ObjectCount(const AcDbDatabase& db) {
+  return ObjectAccess::Of(db).slots.size();
+}
+
 void ForEachObject(const AcDbDatabase& db, const std::function<void(AcDbObject&)>& visit) {
   const auto& slots = ObjectAccess::Of(db).slots;
   for (size_t i = 0; i < slots.size(); ++i) visit(*slots[i]);
