@@ -1,7 +1,7 @@
 // Arbitrary bytes as a DXF drawing file, ASCII or binary. Reading may fail but must not crash,
 // hang or allocate beyond the input's size. Every record that was read writes back (ASCII and
-// binary) to tags that read again to the same codes and values, and a drawing that was read
-// writes back to files that read again.
+// binary) to tags that read again to the same codes and values, a drawing that was read
+// writes back to files that read again, and reading ahead on a second thread changes nothing.
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -62,10 +62,18 @@ void CheckRoundTrip(const std::vector<Record>& records, bool binary) {
   if (again.failed() || i != records.size()) __builtin_trap();
 }
 
-// The drawing read from the input, written in both forms, must read again.
+// The drawing read from the input, written in both forms, must read again. Reading ahead on
+// a second thread must end the same way, with the same message, as reading on one.
 void CheckDrawing(std::string_view bytes) {
-  AcDbDatabase db(false, true);
-  if (kwhost::dxf::ReadDrawingBytes(bytes, db, nullptr) != Acad::eOk) return;
+  AcDbDatabase db(false, true), ahead(false, true);
+  std::string message, ahead_message;
+  const Acad::ErrorStatus es =
+      kwhost::dxf::ReadDrawingBytes(bytes, db, &message, kwhost::dxf::kNoReadAhead);
+  if (kwhost::dxf::ReadDrawingBytes(bytes, ahead, &ahead_message, 0) != es ||
+      ahead_message != message) {
+    __builtin_trap();
+  }
+  if (es != Acad::eOk) return;
   for (bool binary : {false, true}) {
     std::string out;
     if (kwhost::dxf::WriteDrawingBytes(db, "", binary, &out) != Acad::eOk) __builtin_trap();

@@ -44,7 +44,7 @@ Acad::ErrorStatus TakeHandle(AcDbDatabase::Impl& impl, AcDbHandle& handle) {
     handle = AcDbHandle(impl.nextHandle++);
     return Acad::eOk;
   }
-  if (impl.byHandle.count(handle.value())) return Acad::eHandleInUse;
+  if (impl.byHandle.Contains(handle.value())) return Acad::eHandleInUse;
   if (handle.value() >= impl.nextHandle) impl.nextHandle = handle.value() + 1;
   return Acad::eOk;
 }
@@ -113,7 +113,7 @@ Acad::ErrorStatus AddObject(AcDbDatabase& db, AcDbObject* object, AcDbObjectId o
   ApplyEntityDefaults(db, *object, !leaveOpen);  // while the object is still writable
   size_t slot = impl.slots.size();
   impl.slots.push_back(object);
-  impl.byHandle.emplace(handle.value(), static_cast<uint32_t>(slot));
+  impl.byHandle.Insert(handle.value(), static_cast<uint32_t>(slot));
   id = MakeId(impl.serial, slot);
   ObjectAccess::Place(*object, id, handle);
   ObjectAccess::SetOwner(*object, owner);
@@ -197,9 +197,9 @@ Acad::ErrorStatus SetHandle(AcDbDatabase& db, AcDbObject& object, AcDbHandle han
   if (object.objectHandle() == handle) return Acad::eOk;
   Acad::ErrorStatus es = TakeHandle(impl, handle);
   if (es != Acad::eOk) return es;
-  impl.byHandle.erase(object.objectHandle().value());
+  impl.byHandle.Erase(object.objectHandle().value());
   uint32_t slot = static_cast<uint32_t>((object.objectId().asOldId() & 0xFFFFFFFF) - 1);
-  impl.byHandle.emplace(handle.value(), slot);
+  impl.byHandle.Insert(handle.value(), slot);
   ObjectAccess::Place(object, object.objectId(), handle);
   return Acad::eOk;
 }
@@ -207,6 +207,10 @@ Acad::ErrorStatus SetHandle(AcDbDatabase& db, AcDbObject& object, AcDbHandle han
 void RaiseHandseed(AcDbDatabase& db, uint64_t next) {
   auto& impl = ObjectAccess::Of(db);
   if (next > impl.nextHandle) impl.nextHandle = next;
+}
+
+size_t ObjectCount(const AcDbDatabase& db) {
+  return ObjectAccess::Of(db).slots.size();
 }
 
 void ForEachObject(const AcDbDatabase& db, const std::function<void(AcDbObject&)>& visit) {
@@ -219,8 +223,8 @@ void EnsureHandles(AcDbDatabase& db) {
   for (AcDbObject* o : impl.slots) {
     if (!o->objectHandle().isNull()) continue;
     AcDbHandle h(impl.nextHandle++);
-    impl.byHandle.emplace(h.value(),
-                          static_cast<uint32_t>((o->objectId().asOldId() & 0xFFFFFFFF) - 1));
+    impl.byHandle.Insert(h.value(),
+                         static_cast<uint32_t>((o->objectId().asOldId() & 0xFFFFFFFF) - 1));
     ObjectAccess::Place(*o, o->objectId(), h);
   }
 }
@@ -282,7 +286,7 @@ void AddTables(AcDbDatabase& db, bool withHandles) {
   }
   if (withHandles) return;
   // A reader gives the tables the handles of its file; until then they have none.
-  impl.byHandle.clear();
+  impl.byHandle.Clear();
   impl.nextHandle = 1;
   for (AcDbObject* t : tables) ObjectAccess::Place(*t, t->objectId(), AcDbHandle());
 }
@@ -321,7 +325,7 @@ void AddDefaultRecords(AcDbDatabase& db) {
 void DeleteObjects(AcDbDatabase::Impl& impl) {
   for (AcDbObject* o : impl.slots) delete o;
   impl.slots.clear();
-  impl.byHandle.clear();
+  impl.byHandle.Clear();
   impl.nextHandle = 1;
   impl.extras = kwhost::db::DatabaseExtras();
 }
@@ -428,12 +432,12 @@ Acad::ErrorStatus AcDbDatabase::addAcDbObject(AcDbObjectId& id, AcDbObject* obje
 Acad::ErrorStatus AcDbDatabase::getAcDbObjectId(AcDbObjectId& id, bool createIfNotFound,
                                                 const AcDbHandle& handle,
                                                 Adesk::UInt32 /*xRefId*/) {
-  auto it = m_impl->byHandle.find(handle.value());
-  if (it == m_impl->byHandle.end() || handle.isNull()) {
+  const uint32_t* slot = m_impl->byHandle.Find(handle.value());
+  if (!slot) {
     id = AcDbObjectId();
     return createIfNotFound ? Acad::eNotImplementedYet : Acad::eKeyNotFound;
   }
-  id = m_impl->slots[it->second]->objectId();
+  id = m_impl->slots[*slot]->objectId();
   return Acad::eOk;
 }
 

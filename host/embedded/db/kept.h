@@ -143,6 +143,8 @@ void RaiseHandseed(AcDbDatabase& db, uint64_t next);
 // The database's objects in the order they were added (for writers that need
 // every object once): calls `visit` with each resident object, erased ones included.
 void ForEachObject(const AcDbDatabase& db, const std::function<void(AcDbObject&)>& visit);
+// How many objects the database holds, erased ones included.
+size_t ObjectCount(const AcDbDatabase& db);
 // The object behind an id without opening it (null for ids of other or deleted databases).
 // Writers use it to read objects that may be open elsewhere.
 AcDbObject* Peek(AcDbObjectId id);

@@ -19,6 +19,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "common/intmap.h"
 #include "host/api/dbents.h"
 #include "host/api/dbmain.h"
 #include "host/api/dbsymtb.h"
@@ -27,7 +28,7 @@
 struct AcDbDatabase::Impl {
   uint32_t serial = 0;
   std::vector<AcDbObject*> slots;
-  std::unordered_map<uint64_t, uint32_t> byHandle;
+  kw::IntMap<uint32_t> byHandle;
   uint64_t nextHandle = 1;
   // Block, layer, linetype, text style, view, viewport tables.
   AcDbObjectId tables[6];

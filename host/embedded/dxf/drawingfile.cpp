@@ -68,9 +68,10 @@ std::string DrawingVersion(const AcDbDatabase& db) {
   return code.empty() ? "AC1015" : code;
 }
 
-Acad::ErrorStatus ReadDrawingBytes(std::string_view bytes, AcDbDatabase& db, std::string* message) {
+Acad::ErrorStatus ReadDrawingBytes(std::string_view bytes, AcDbDatabase& db, std::string* message,
+                                   size_t read_ahead_from) {
   (void)kHooksInstalled;
-  Reader reader(bytes, db);
+  Reader reader(bytes, db, read_ahead_from);
   const Acad::ErrorStatus es = reader.Run();
   if (message) *message = reader.message();
   return es;

@@ -16,6 +16,7 @@
 #include <string_view>
 
 #include "host/api/dbmain.h"
+#include "host/embedded/dxf/tagstream.h"
 
 namespace kwhost::dxf {
 
@@ -24,8 +25,11 @@ std::string VersionCode(std::string_view name);
 
 // Reads DXF bytes into `db`, which must be empty (built without defaults): eOk; eFilerError
 // for bad input, with *message naming the line (ASCII) or byte (binary) and the fault. On
-// failure the database holds whatever was read before the fault.
-Acad::ErrorStatus ReadDrawingBytes(std::string_view bytes, AcDbDatabase& db, std::string* message);
+// failure the database holds whatever was read before the fault. ASCII input at least
+// `read_ahead_from` bytes long is split into tags on a second thread while this one builds
+// the drawing; the outcome is the same either way.
+Acad::ErrorStatus ReadDrawingBytes(std::string_view bytes, AcDbDatabase& db, std::string* message,
+                                   size_t read_ahead_from = kReadAheadFrom);
 // The same from a file: eFileNotFound when it does not exist, eFileAccessErr when it cannot
 // be read.
 Acad::ErrorStatus ReadDrawing(const std::wstring& path, AcDbDatabase& db, std::string* message);

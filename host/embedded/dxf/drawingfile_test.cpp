@@ -243,11 +243,13 @@ TEST(DxfReadTest, HostileDrawingsFailWithTheLineAndTheFault) {
        "line 19: a block inserts itself"},
   };
   for (const auto& c : cases) {
-    AcDbDatabase db(false, true);
-    std::string message;
-    const Acad::ErrorStatus es = ReadDrawingBytes(c.bytes, db, &message);
-    EXPECT_EQ(message, c.message);
-    EXPECT_EQ(es, *c.message ? Acad::eFilerError : Acad::eOk) << message;
+    for (size_t read_ahead_from : {kNoReadAhead, size_t{0}}) {
+      AcDbDatabase db(false, true);
+      std::string message;
+      const Acad::ErrorStatus es = ReadDrawingBytes(c.bytes, db, &message, read_ahead_from);
+      EXPECT_EQ(message, c.message);
+      EXPECT_EQ(es, *c.message ? Acad::eFilerError : Acad::eOk) << message;
+    }
   }
 }
 
@@ -512,6 +514,40 @@ TEST_F(DxfSaveTest, SavingKeepsThePreviousFileAsBakAndAFailedSaveChangesNothing)
   EXPECT_EQ(ReadDrawing(Path("none.dxf"), missing, &message), Acad::eFileNotFound);
   AcDbDatabase read(false, true);
   EXPECT_EQ(read.readDwgFile(Path("road.dxf").c_str()), Acad::eOk);
+}
+
+// A drawing large enough for the tags to be split on a second thread reads into the same
+// drawing as on one thread, and a fault near its end is reported at the same line.
+TEST(DxfReadTest, ReadingAheadOnASecondThreadBuildsTheSameDrawing) {
+  AcDbDatabase made(true, true);
+  AcDbBlockTableRecord* model = nullptr;
+  ASSERT_EQ(acdbOpenObject(model, ModelSpace(made), AcDb::kForWrite), Acad::eOk);
+  for (int i = 0; i < 6000; ++i) {
+    auto* line = new AcDbLine(AcGePoint3d(i, 0.5 * i, 0), AcGePoint3d(i + 1.25, i % 7, 0));
+    model->appendAcDbEntity(line);
+    line->close();
+    auto* text = new AcDbText(AcGePoint3d(i, 1, 0), L"K0+100 道路", AcDbObjectId(), 2.5, 0);
+    model->appendAcDbEntity(text);
+    text->close();
+  }
+  model->close();
+  const std::string bytes = Write(made);
+  std::string written[2], messages[2];
+  for (int ahead = 0; ahead < 2; ++ahead) {
+    AcDbDatabase db(false, true);
+    ASSERT_EQ(ReadDrawingBytes(bytes, db, &messages[ahead], ahead ? 0 : kNoReadAhead), Acad::eOk);
+    written[ahead] = Write(db);
+  }
+  EXPECT_EQ(written[1], written[0]);
+  EXPECT_EQ(written[0], bytes);
+  const std::string broken = bytes.substr(0, bytes.size() - 200) + "x\n";
+  for (int ahead = 0; ahead < 2; ++ahead) {
+    AcDbDatabase db(false, true);
+    EXPECT_EQ(ReadDrawingBytes(broken, db, &messages[ahead], ahead ? 0 : kNoReadAhead),
+              Acad::eFilerError);
+  }
+  EXPECT_EQ(messages[1], messages[0]);
+  EXPECT_NE(messages[0], "");
 }
 
 }  // namespace

@@ -147,15 +147,15 @@ bool Reader::Vacate(uint64_t handle) {
   AcDbObjectId id;
   if (db_.getAcDbObjectId(id, false, AcDbHandle(handle)) != Acad::eOk) return true;
   AcDbObject* object = db::Peek(id);
-  if (!object || made_.count(id.asOldId()) == 0) return false;
+  if (!object || !made_.Contains(id.asOldId())) return false;
   uint64_t free = std::max({db_.handseed().value(), handseed_, handle + 1});
-  while (side_handles_.count(free) != 0) ++free;
+  while (side_handles_.Contains(free)) ++free;
   return db::SetHandle(db_, *object, AcDbHandle(free)) == Acad::eOk;
 }
 
 bool Reader::TakeSideHandle(uint64_t handle, size_t line) {
   if (handle == 0) return true;
-  if (!side_handles_.insert(handle).second || !Vacate(handle)) {
+  if (!side_handles_.Insert(handle, true) || !Vacate(handle)) {
     return records_.FailAt(Record{"", line, {}}, "handle used twice");
   }
   handseed_ = std::max(handseed_, handle + 1);
@@ -164,17 +164,20 @@ bool Reader::TakeSideHandle(uint64_t handle, size_t line) {
 }
 
 bool Reader::Add(AcDbObject* object, const Identity& id, AcDbObjectId owner, AcDbObjectId* added) {
-  if (id.handle != 0 && (side_handles_.count(id.handle) != 0 || !Vacate(id.handle))) {
+  if (id.handle != 0 && side_handles_.Contains(id.handle)) {
     delete object;
     return Fail("handle used twice");
   }
   AcDbObjectId got;
-  const Acad::ErrorStatus es = db::AddWithHandle(db_, object, AcDbHandle(id.handle), owner, got);
+  Acad::ErrorStatus es = db::AddWithHandle(db_, object, AcDbHandle(id.handle), owner, got);
+  if (es == Acad::eHandleInUse && Vacate(id.handle)) {
+    es = db::AddWithHandle(db_, object, AcDbHandle(id.handle), owner, got);
+  }
   if (es != Acad::eOk) {
     delete object;
     return Fail(es == Acad::eHandleInUse ? "handle used twice" : "the object cannot be added");
   }
-  if (id.handle == 0) made_.insert(got.asOldId());
+  if (id.handle == 0) made_.Insert(got.asOldId(), true);
   handseed_ = std::max(handseed_, id.handle + 1);
   if (id.owner != 0) owners_.emplace_back(id.owner, id.line);
   if (added) *added = got;
@@ -291,7 +294,7 @@ bool Reader::Check() {
   for (const auto& [owner, line] : owners_) {
     AcDbObjectId id;
     if (db_.getAcDbObjectId(id, false, AcDbHandle(owner)) != Acad::eOk &&
-        side_handles_.count(owner) == 0) {
+        !side_handles_.Contains(owner)) {
       return records_.FailAt(Record{"", line, {}}, "the owner does not exist");
     }
   }

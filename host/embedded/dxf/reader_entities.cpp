@@ -133,7 +133,10 @@ AcDbEntity* Reader::Circle(const Record& r, Identity* id, bool arc) {
 }
 
 AcDbEntity* Reader::LwPolyline(const Record& r, Identity* id) {
-  auto pl = std::make_unique<AcDbPolyline>();
+  // Room for the vertices the record holds (never for the count group 90 claims).
+  unsigned int vertices = 0;
+  for (const RawTag& t : r.tags) vertices += t.code == 10;
+  auto pl = std::make_unique<AcDbPolyline>(vertices);
   AcGeVector3d n(0, 0, 1);
   AcGePoint2d p;
   double constant = 0;

@@ -183,7 +183,7 @@ bool Reader::Vertex(AcDbObjectId polyline) {
   Identity id;
   if (!Walk(rec_, v, kVertex, field, &id)) return false;
   v.setPosition(p);
-  if (id.handle != 0 && side_handles_.count(id.handle) != 0) return Fail("handle used twice");
+  if (id.handle != 0 && side_handles_.Contains(id.handle)) return Fail("handle used twice");
   AcDb2dPolyline* pl = nullptr;
   if (acdbOpenObject(pl, polyline, AcDb::kForWrite) != Acad::eOk) return Fail("no polyline");
   AcDb2dVertex* raw = vertex.release();
@@ -192,7 +192,7 @@ bool Reader::Vertex(AcDbObjectId polyline) {
   pl->close();
   if (es != Acad::eOk) return delete raw, Fail("the vertex cannot be added");
   raw->close();
-  if (id.handle == 0) made_.insert(added.asOldId());
+  if (id.handle == 0) made_.Insert(added.asOldId(), true);
   if (id.handle != 0 &&
       (!Vacate(id.handle) || db::SetHandle(db_, *raw, AcDbHandle(id.handle)) != Acad::eOk)) {
     return Fail("handle used twice");

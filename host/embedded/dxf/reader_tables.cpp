@@ -117,7 +117,7 @@ bool Reader::TableHead(std::string_view name, AcDbObjectId table) {
   }
   AcDbObject* object = db::Peek(table);
   if (handle != 0 && object &&
-      (side_handles_.count(handle) != 0 || !Vacate(handle) ||
+      (side_handles_.Contains(handle) || !Vacate(handle) ||
        db::SetHandle(db_, *object, AcDbHandle(handle)) != Acad::eOk)) {
     return Fail("handle used twice");
   }

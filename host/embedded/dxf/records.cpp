@@ -10,13 +10,9 @@ constexpr size_t kNotInArena = static_cast<size_t>(-1);  // Decode's mark of inp
 // Texts that do not point into the input move to the arena; their views are set once the
 // record is complete, because the arena may move while it grows. `index` 0 is the type,
 // i + 1 the text of tag i.
-std::string_view RecordReader::Keep(std::string_view text, size_t index) {
-  const bool in_input =
-      text.data() >= input_.data() && text.data() + text.size() <= input_.data() + input_.size();
-  if (in_input) return text;
+void RecordReader::Keep(std::string_view text, size_t index) {
   spans_.push_back({index, arena_.size(), text.size()});
   arena_.append(text);
-  return text;
 }
 
 void RecordReader::Finish(Record* record) {
@@ -30,23 +26,35 @@ void RecordReader::Finish(Record* record) {
   }
 }
 
+// A record ends where the next group 0 starts; that tag is held back as the next record's
+// head. Tags are read straight into the record's list, which keeps its room between records.
 bool RecordReader::Next(Record* record, bool decode) {
-  RawTag tag;
-  if (ended_ || !reader_.Next(&tag)) return false;
-  if (tag.code != 0) return Fail("group 0 expected, found group " + std::to_string(tag.code));
+  RawTag head;
+  if (ended_) return false;
+  if (has_next_) {
+    head = next_;
+    has_next_ = false;
+  } else if (!reader_.Next(&head)) {
+    return false;
+  }
+  if (head.code != 0) return Fail("group 0 expected, found group " + std::to_string(head.code));
   arena_.clear();
   spans_.clear();
-  record->tags.clear();
-  record->line = tag.line;
-  record->type = Keep(tag.text, 0);
-  while (reader_.Next(&tag)) {
-    if (tag.code == 0) {
-      reader_.Unread();
+  std::vector<RawTag>& tags = record->tags;
+  tags.clear();
+  record->line = head.line;
+  record->type = head.text;
+  if (!InInput(head.text)) Keep(head.text, 0);
+  for (;;) {
+    RawTag& tag = tags.emplace_back();
+    const bool read = reader_.Next(&tag);
+    if (!read || tag.code == 0) {
+      if (read) next_ = tag, has_next_ = true;
+      tags.pop_back();
       break;
     }
     if (decode && tag.type == ValueType::kString) tag.text = codec_.Decode(tag.text, &buffer_);
-    tag.text = Keep(tag.text, record->tags.size() + 1);
-    record->tags.push_back(tag);
+    if (!InInput(tag.text)) Keep(tag.text, tags.size());
   }
   if (reader_.failed()) return false;
   Finish(record);

@@ -17,7 +17,7 @@
 #include <utility>
 #include <vector>
 
-#include "host/embedded/dxf/tagreader.h"
+#include "host/embedded/dxf/tagstream.h"
 #include "host/embedded/dxf/textcodec.h"
 
 namespace kwhost::dxf {
@@ -30,8 +30,10 @@ struct Record {
 
 class RecordReader {
  public:
-  // `bytes` must outlive the reader.
-  explicit RecordReader(std::string_view bytes) : reader_(bytes), input_(bytes) {}
+  // `bytes` must outlive the reader. ASCII input at least `read_ahead_from` bytes long is
+  // split into tags on a second thread (see TagStream).
+  explicit RecordReader(std::string_view bytes, size_t read_ahead_from = kNoReadAhead)
+      : reader_(bytes, read_ahead_from), input_(bytes) {}
 
   // The next record; false after the EOF record, at the end of the input, or on bad input
   // (then failed()). `decode` false leaves string values as stored.
@@ -49,10 +51,14 @@ class RecordReader {
   bool FailAt(const Record& record, std::string_view why);
 
  private:
-  std::string_view Keep(std::string_view text, size_t index);
+  bool InInput(std::string_view text) const {
+    return text.data() >= input_.data() &&
+           text.data() + text.size() <= input_.data() + input_.size();
+  }
+  void Keep(std::string_view text, size_t index);
   void Finish(Record* record);
 
-  TagReader reader_;
+  TagStream reader_;
   std::string_view input_;
   TextCodec codec_;
   std::string arena_;
@@ -63,6 +69,8 @@ class RecordReader {
     size_t size;
   };
   std::vector<Span> spans_;  // the texts placed in the arena
+  RawTag next_;              // the group 0 that ended the last record: the next one's head
+  bool has_next_ = false;
   bool ended_ = false;
 };
 

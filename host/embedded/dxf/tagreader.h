@@ -47,14 +47,12 @@ class TagReader {
   bool binary() const { return binary_; }
   // The next tag; false at the end of the input or on bad input (then failed()).
   bool Next(RawTag* tag);
-  // Makes the next Next() return the tag just read again (one tag of look-ahead).
-  void Unread() { replay_ = true; }
   bool failed() const { return !error_.empty(); }
   // "line 12: ..." or "byte 40: ..."; empty unless failed().
   const std::string& error() const { return error_; }
   // Records a failure found by the caller at the position of the tag just read, so that
   // all messages about the file name a place the same way. Always returns false.
-  bool Fail(std::string_view why) { return FailAt(last_.line, why); }
+  bool Fail(std::string_view why) { return FailAt(last_line_, why); }
   // The same, at a line (or byte offset) read earlier.
   bool FailAt(size_t line, std::string_view why);
 
@@ -72,12 +70,15 @@ class TagReader {
   size_t line_ = 0;
   bool binary_ = false;
   bool wide_codes_ = true;  // binary: 2-byte group codes (R13 on)
-  bool replay_ = false;
   bool done_ = false;
-  RawTag last_;
-  std::string buffer_;  // binary values formatted as text
+  size_t last_line_ = 0;  // of the tag just read
+  std::string buffer_;    // binary values formatted as text
   std::string error_;
 };
+
+// "line 12: why" (ASCII) or "byte 40: why" (binary): how every message about a file names
+// the place of a fault.
+std::string FaultText(bool binary, size_t line, std::string_view why);
 
 // Formats a double the way the writers do: the shortest text that reads back to the same
 // value, with ".0" added to whole numbers. Returns the length written into out (>= 32 bytes).

@@ -37,30 +37,45 @@ std::string_view Trim(std::string_view s) {
 TagWriter::TagWriter(bool binary, const TextCodec& codec, bool wide_codes)
     : binary_(binary), wide_codes_(wide_codes), codec_(codec) {}
 
-void TagWriter::Code(int code) {
-  if (binary_) {
-    if (wide_codes_) {
-      StoreLE<uint16_t>(out_, static_cast<uint16_t>(code));
-    } else if (code < 255) {
-      out_ += static_cast<char>(code);
-    } else {
-      out_ += '\xFF';
-      StoreLE<uint16_t>(out_, static_cast<uint16_t>(code));
-    }
-    return;
-  }
+// ASCII: the code right-aligned in three columns and its line end; returns the length.
+size_t TagWriter::AsciiCode(int code, char* out) {
   char digits[8];
-  const auto end = std::to_chars(digits, digits + sizeof(digits), code).ptr;
-  const size_t n = end - digits;
-  if (n < 3) out_.append(3 - n, ' ');
-  out_.append(digits, n);
-  out_ += '\n';
+  const size_t n = std::to_chars(digits, digits + sizeof(digits), code).ptr - digits;
+  const size_t pad = n < 3 ? 3 - n : 0;
+  std::memset(out, ' ', pad);
+  std::memcpy(out + pad, digits, n);
+  out[pad + n] = '\n';
+  return pad + n + 1;
 }
 
+void TagWriter::Code(int code) {
+  if (!binary_) {
+    char line[8];
+    out_.append(line, AsciiCode(code, line));
+  } else if (wide_codes_) {
+    StoreLE<uint16_t>(out_, static_cast<uint16_t>(code));
+  } else if (code < 255) {
+    out_ += static_cast<char>(code);
+  } else {
+    out_ += '\xFF';
+    StoreLE<uint16_t>(out_, static_cast<uint16_t>(code));
+  }
+}
+
+// A whole ASCII tag goes into the buffer in one append: files have millions of tags.
 void TagWriter::Raw(int code, std::string_view bytes) {
-  Code(code);
-  out_.append(bytes);
-  out_ += binary_ ? '\0' : '\n';
+  if (binary_ || bytes.size() > kShortValue) {
+    Code(code);
+    out_.append(bytes);
+    out_ += binary_ ? '\0' : '\n';
+    return;
+  }
+  char tag[8 + kShortValue + 1];
+  size_t n = AsciiCode(code, tag);
+  std::memcpy(tag + n, bytes.data(), bytes.size());
+  n += bytes.size();
+  tag[n++] = '\n';
+  out_.append(tag, n);
 }
 
 void TagWriter::String(int code, std::string_view utf8) {
@@ -69,38 +84,43 @@ void TagWriter::String(int code, std::string_view utf8) {
 
 void TagWriter::Double(int code, double v) {
   if (!std::isfinite(v)) v = 0;
-  Code(code);
-  if (binary_) return StoreLE<double>(out_, v);
+  if (binary_) {
+    Code(code);
+    return StoreLE<double>(out_, v);
+  }
   char text[40];
-  out_.append(text, FormatDouble(v, text));
-  out_ += '\n';
+  Raw(code, std::string_view(text, FormatDouble(v, text)));
 }
 
 void TagWriter::Int(int code, int64_t v) {
-  Code(code);
-  if (binary_) {
-    switch (TypeOfCode(code)) {
-      case ValueType::kInt16:
-        return StoreLE<int16_t>(out_, static_cast<int16_t>(v));
-      case ValueType::kInt32:
-        return StoreLE<int32_t>(out_, static_cast<int32_t>(v));
-      case ValueType::kBool:
-        out_ += static_cast<char>(v);
-        return;
-      default:
-        return StoreLE<int64_t>(out_, v);
-    }
+  if (!binary_) {
+    char text[24];
+    return Raw(code,
+               std::string_view(text, std::to_chars(text, text + sizeof(text), v).ptr - text));
   }
-  char text[24];
-  out_.append(text, std::to_chars(text, text + sizeof(text), v).ptr);
-  out_ += '\n';
+  Code(code);
+  switch (TypeOfCode(code)) {
+    case ValueType::kInt16:
+      return StoreLE<int16_t>(out_, static_cast<int16_t>(v));
+    case ValueType::kInt32:
+      return StoreLE<int32_t>(out_, static_cast<int32_t>(v));
+    case ValueType::kBool:
+      out_ += static_cast<char>(v);
+      return;
+    default:
+      return StoreLE<int64_t>(out_, v);
+  }
 }
 
 void TagWriter::Handle(int code, uint64_t handle) {
-  char text[24];
-  const auto end = std::to_chars(text, text + sizeof(text), handle, 16).ptr;
-  for (char* p = text; p != end; ++p) *p = static_cast<char>(std::toupper(*p));
-  Raw(code, std::string_view(text, end - text));
+  static const char kHex[] = "0123456789ABCDEF";
+  char text[16];
+  size_t n = sizeof(text);
+  do {
+    text[--n] = kHex[handle & 0xF];
+    handle >>= 4;
+  } while (handle != 0);
+  Raw(code, std::string_view(text + n, sizeof(text) - n));
 }
 
 void TagWriter::Point(int code, double x, double y, double z, bool three) {

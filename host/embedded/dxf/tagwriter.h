@@ -36,6 +36,9 @@ class TagWriter {
   std::string& bytes() { return out_; }
 
  private:
+  // Values up to this many bytes are written with their code in one step.
+  static constexpr size_t kShortValue = 120;
+  static size_t AsciiCode(int code, char* out);
   void Code(int code);
   void Raw(int code, std::string_view bytes);  // ASCII: the value line as is
 

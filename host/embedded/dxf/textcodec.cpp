@@ -31,10 +31,25 @@ bool EqualsNoCase(std::string_view a, std::string_view b) {
   return true;
 }
 
+// Which bytes need converting, for each combination of caret and "\\U+" escapes: every
+// string value of a file is checked, so the test is one table lookup per byte.
+struct SpecialBytes {
+  bool table[4][256];
+  constexpr SpecialBytes() : table() {
+    for (int kind = 0; kind < 4; ++kind) {
+      const bool carets = (kind & 2) != 0, escapes = (kind & 1) != 0;
+      for (int u = 0; u < 256; ++u) {
+        table[kind][u] = u >= 0x80 || (carets && (u < 0x20 || u == '^')) || (escapes && u == '\\');
+      }
+    }
+  }
+};
+constexpr SpecialBytes kSpecialBytes;
+
 bool NeedsWork(std::string_view s, bool carets, bool escapes) {
+  const bool* special = kSpecialBytes.table[(carets ? 2 : 0) + (escapes ? 1 : 0)];
   for (char c : s) {
-    const auto u = static_cast<unsigned char>(c);
-    if (u >= 0x80 || (carets && (u < 0x20 || u == '^')) || (escapes && u == '\\')) return true;
+    if (special[static_cast<unsigned char>(c)]) return true;
   }
   return false;
 }

@@ -9,6 +9,7 @@ namespace kwhost::dxf {
 namespace {
 
 constexpr double kDegree = M_PI / 180.0;
+constexpr size_t kBytesPerObject = 160;
 
 // The symbol tables in the order drawing files list them, with their record markers.
 struct TableKind {
@@ -55,7 +56,11 @@ Writer::Writer(AcDbDatabase& db, std::string version, std::string codepage, bool
 
 std::string Writer::Run() {
   db::EnsureHandles(db_);
+  by_layer_ = db_.byLayerLinetype();
   next_ = db_.handseed().value();
+  // Room for a typical entity's text per object up front: the buffer then seldom moves, and
+  // room never written costs no memory.
+  w_.bytes().reserve(db::ObjectCount(db_) * kBytesPerObject);
   if (extras_.objects.empty()) {
     root_ = next_++, groups_ = next_++, layouts_ = next_++;
     model_layout_ = next_++, paper_layout_ = next_++;
@@ -70,8 +75,9 @@ std::string Writer::Run() {
   TagWriter head(binary_, TextCodec(version_, codepage_, !binary_));
   if (binary_) head.bytes() = std::string(kBinarySentinel);
   Header(head);
-  head.bytes() += w_.bytes();
-  return std::move(head.bytes());
+  // The header goes in front of the rest in place: no second buffer as large as the file.
+  w_.bytes().insert(0, head.bytes());
+  return std::move(w_.bytes());
 }
 
 void Writer::Header(TagWriter& w) {

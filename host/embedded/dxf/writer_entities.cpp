@@ -160,7 +160,7 @@ void Writer::Common(const AcDbEntity& e, std::string_view type, uint64_t owner, 
   if (paper) w_.Int(67, 1);
   const std::string& layer = NameOf(e.layerId());
   w_.String(8, layer.empty() ? "0" : layer);
-  if (!e.linetypeId().isNull() && e.linetypeId() != db_.byLayerLinetype()) {
+  if (!e.linetypeId().isNull() && e.linetypeId() != by_layer_) {
     w_.String(6, NameOf(e.linetypeId()));
   }
   const AcCmColor c = e.color();

@@ -52,8 +52,9 @@ AcRxClass* AcRxClass::myParent() const {
 bool AcRxClass::isDerivedFrom(const AcRxClass* other) const {
   // Bounded walk: a parent chain with a loop (two classes naming each other) must not hang.
   const AcRxClass* cls = this;
-  for (int depth = 0; cls && depth < 256; ++depth, cls = cls->myParent()) {
+  for (int depth = 0; cls && depth < 256; ++depth) {
     if (cls == other) return true;
+    cls = cls->m_parent ? cls->m_parent : cls->myParent();  // casts call this once per object
   }
   return false;
 }

@@ -18,10 +18,10 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
-#include <unordered_set>
 #include <utility>
 #include <vector>
 
+#include "common/intmap.h"
 #include "host/api/dbents.h"
 #include "host/api/dbmain.h"
 #include "host/api/dbpl.h"
@@ -65,7 +65,8 @@ class FieldFn {
 
 class Reader {
  public:
-  Reader(std::string_view bytes, AcDbDatabase& db) : records_(bytes), db_(db) {}
+  Reader(std::string_view bytes, AcDbDatabase& db, size_t read_ahead_from)
+      : records_(bytes, read_ahead_from), db_(db) {}
   // Reads the whole file: eOk, or a failure status with message() set.
   Acad::ErrorStatus Run();
   const std::string& message() const { return records_.error(); }
@@ -134,8 +135,8 @@ class Reader {
   bool r12_ = true;
   uint64_t handseed_ = 0;
   std::unordered_map<std::string, AcDbObjectId> layers_, linetypes_, styles_, blocks_;
-  std::unordered_set<uint64_t> side_handles_;
-  std::unordered_set<int64_t> made_;  // ids of the objects the reader made (fresh handles)
+  kw::IntMap<bool> side_handles_;
+  kw::IntMap<bool> made_;  // ids of the objects the reader made (fresh handles)
   std::vector<std::pair<uint64_t, size_t>> owners_;  // owner handles to check, with lines
   struct Reference {
     AcDbObjectId insert;   // the block placed

@@ -94,6 +94,7 @@ class Writer {
   // Handles of what a new drawing lacks and the writer adds.
   uint64_t root_ = 0, groups_ = 0, layouts_ = 0, model_layout_ = 0, paper_layout_ = 0;
   AcDbObjectId model_, paper_;
+  AcDbObjectId by_layer_;  // the "ByLayer" linetype, which entities leave unwritten
 };
 
 }  // namespace kwhost::dxf
