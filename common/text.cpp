@@ -91,7 +91,7 @@ int CompareNoCase(std::wstring_view a, std::wstring_view b) {
 }
 
 bool EqualsNoCase(std::wstring_view a, std::wstring_view b) {
-  return a.size() == b.size() && CompareNoCase(a, b) == 0;
+  return a.size() == b.size() && (a == b || CompareNoCase(a, b) == 0);  // most names match exactly
 }
 
 std::wstring TrimLeft(std::wstring_view s, std::wstring_view chars) {

@@ -53,7 +53,9 @@ bool RecordReader::Next(Record* record, bool decode) {
       tags.pop_back();
       break;
     }
-    if (decode && tag.type == ValueType::kString) tag.text = codec_.Decode(tag.text, &buffer_);
+    if (decode && tag.type == ValueType::kString && !tag.plain) {
+      tag.text = codec_.Decode(tag.text, &buffer_);
+    }
     if (!InInput(tag.text)) Keep(tag.text, tags.size());
   }
   if (reader_.failed()) return false;

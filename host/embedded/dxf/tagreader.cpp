@@ -93,6 +93,28 @@ bool FastCode(std::string_view s, int64_t* code) {
   return true;
 }
 
+// What a string value holds, in one pass: a zero byte (refused), a byte some text codec
+// changes (a control character, '^', '\\', anything outside ASCII), or neither.
+enum class TextKind : uint8_t { kPlain, kNeedsDecoding, kZeroByte };
+
+struct TextKinds {
+  TextKind of[256];
+  constexpr TextKinds() : of() {
+    for (int u = 0; u < 256; ++u) {
+      of[u] = u == 0                                           ? TextKind::kZeroByte
+              : u < 0x20 || u >= 0x80 || u == '^' || u == '\\' ? TextKind::kNeedsDecoding
+                                                               : TextKind::kPlain;
+    }
+  }
+};
+constexpr TextKinds kTextKinds;
+
+TextKind KindOfText(std::string_view s) {
+  TextKind kind = TextKind::kPlain;
+  for (char c : s) kind = std::max(kind, kTextKinds.of[static_cast<unsigned char>(c)]);
+  return kind;
+}
+
 // Accepted ranges: files write unsigned flags into 16- and 32-bit groups too.
 bool InRange(ValueType type, int64_t v) {
   switch (type) {
@@ -274,9 +296,11 @@ bool TagReader::ParseAsciiValue(RawTag* tag) {
       tag->text = Trim(tag->text);
       if (!IsHex(tag->text) || tag->text.size() % 2 != 0) return fail("is not hex data");
       return tag->text.size() <= 2 * kMaxChunkBytes || fail("is longer than a binary chunk");
-    default:  // a zero byte could not be written back to a binary file
-      return std::memchr(tag->text.data(), 0, tag->text.size()) == nullptr ||
-             fail("holds a zero byte");
+    default: {  // a zero byte could not be written back to a binary file
+      const TextKind kind = KindOfText(tag->text);
+      tag->plain = kind == TextKind::kPlain;
+      return kind != TextKind::kZeroByte || fail("holds a zero byte");
+    }
   }
 }
 

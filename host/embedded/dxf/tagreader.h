@@ -30,10 +30,13 @@ namespace kwhost::dxf {
 struct RawTag {
   int code = 0;
   ValueType type = ValueType::kString;
-  std::string_view text;  // string values: the stored bytes, not yet decoded
-  double real = 0;        // kDouble
-  int64_t integer = 0;    // kInt16, kInt32, kInt64, kBool
-  size_t line = 0;        // see invariant 3
+  // String values: the stored bytes, not yet decoded. `plain` when they hold nothing any text
+  // codec changes (only printable ASCII, no '^' or '\\'): decoding can be skipped.
+  std::string_view text;
+  bool plain = false;
+  double real = 0;      // kDouble
+  int64_t integer = 0;  // kInt16, kInt32, kInt64, kBool
+  size_t line = 0;      // see invariant 3
 };
 
 // The sentinel a binary DXF file starts with.

@@ -1,5 +1,6 @@
 #include "host/embedded/dxf/textcodec.h"
 
+#include <algorithm>
 #include <cstring>
 
 #include "common/encoding.h"
@@ -152,14 +153,19 @@ TextCodec::TextCodec(std::string_view acadver, std::string_view dwgcodepage, boo
 std::string_view TextCodec::Decode(std::string_view raw, std::string* buffer) const {
   if (!NeedsWork(raw, carets_, !utf8_)) return raw;
   std::string text = utf8_ ? std::string(raw) : converter_->ToUtf8(raw);
-  if (!utf8_) text = UndoUnicodeEscapes(text);
-  *buffer = carets_ ? UndoCarets(text) : std::move(text);
+  // Most texts needing work only have characters outside ASCII: the escape passes run only
+  // on texts that hold an escape.
+  if (!utf8_ && text.find("\\U+") != std::string::npos) text = UndoUnicodeEscapes(text);
+  *buffer = carets_ && text.find('^') != std::string::npos ? UndoCarets(text) : std::move(text);
   return *buffer;
 }
 
 std::string_view TextCodec::Encode(std::string_view utf8, std::string* buffer) const {
   if (!NeedsWork(utf8, carets_, false)) return utf8;
-  std::string text = carets_ ? DoCarets(utf8) : std::string(utf8);
+  const bool caret_work = carets_ && std::any_of(utf8.begin(), utf8.end(), [](char c) {
+                            return static_cast<unsigned char>(c) < 0x20 || c == '^';
+                          });
+  std::string text = caret_work ? DoCarets(utf8) : std::string(utf8);
   *buffer = utf8_ ? std::move(text) : converter_->FromUtf8(text, EscapeUnicode);
   return *buffer;
 }
