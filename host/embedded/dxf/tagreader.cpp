@@ -145,19 +145,12 @@ T LoadLE(const char* p) {
 
 const char kHexDigits[] = "0123456789ABCDEF";
 
-// Writes the digits of m with a '.' before the last `fraction` of them ("0.05" for 5 and 2,
-// "5" for 5 and 0). Returns the length.
-size_t PlaceDigits(uint64_t m, int fraction, char* out) {
-  char digits[24];
-  int n = 0;
-  do {
-    digits[n++] = static_cast<char>('0' + m % 10);
-    m /= 10;
-  } while (m != 0);
-  while (n <= fraction) digits[n++] = '0';  // "0.0x": a zero before the point
+// Writes `count` digits, given least significant first, with a '.' before the last `fraction`
+// of them ("0.05" for "5", 1 digit, fraction 2; "5" for fraction 0). Returns the length.
+size_t PlaceDigits(const char* reversed, int count, int fraction, char* out) {
   size_t length = 0;
-  for (int i = n - 1; i >= 0; --i) {
-    out[length++] = digits[i];
+  for (int i = std::max(count, fraction + 1) - 1; i >= 0; --i) {
+    out[length++] = i < count ? reversed[i] : '0';  // "0.0x": zeros before the digits
     if (i == fraction && i != 0) out[length++] = '.';
   }
   return length;
@@ -176,20 +169,22 @@ size_t FormatShortDecimal(double v, char* out) {
   for (int k = 0; k < 9; ++k) {
     const double scaled = a * kPowersOfTen[k];
     if (!(scaled < 0x1p50)) return 0;
-    const double m = std::nearbyint(scaled);
-    if (m / kPowersOfTen[k] != a) continue;
-    auto digits = static_cast<uint64_t>(m);
+    // Rounded by adding a half and truncating: one instruction each, where nearbyint() is a
+    // library call on the baseline instruction set. A tie cannot round-trip anyway.
+    const auto digits = static_cast<uint64_t>(scaled + 0.5);
+    if (static_cast<double>(digits) / kPowersOfTen[k] != a) continue;
     if (digits == 0) return std::memcpy(out, "0.0", 3), 3;
+    char reversed[24];
     int count = 0, zeros = 0;
-    for (uint64_t d = digits; d != 0; d /= 10) ++count;
-    for (uint64_t d = digits; k == 0 && d % 10 == 0; d /= 10) ++zeros;
+    for (uint64_t d = digits; d != 0; d /= 10) reversed[count++] = static_cast<char>('0' + d % 10);
+    while (k == 0 && reversed[zeros] == '0') ++zeros;
     const int significant = count - zeros, exponent = count - 1 - k;
     const size_t fixed = k == 0 ? count : std::max(count, k + 1) + 1;
     const size_t scientific =
         significant + (significant > 1 ? 1 : 0) + 2 + (exponent >= 100 || exponent <= -100 ? 3 : 2);
     if (fixed > scientific) return 0;
     if (sign) out[0] = '-';
-    size_t n = sign + PlaceDigits(digits, k, out + sign);
+    size_t n = sign + PlaceDigits(reversed, count, k, out + sign);
     if (k == 0) out[n++] = '.', out[n++] = '0';
     return n;
   }

@@ -37,20 +37,36 @@ std::string_view Trim(std::string_view s) {
 TagWriter::TagWriter(bool binary, const TextCodec& codec, bool wide_codes)
     : binary_(binary), wide_codes_(wide_codes), codec_(codec) {}
 
-// ASCII: the code right-aligned in three columns and its line end; returns the length.
+// ASCII: the code right-aligned in three columns and its line end ("  0\n", " 10\n",
+// "1001\n"), from a table made once: every tag of a file starts with one.
 size_t TagWriter::AsciiCode(int code, char* out) {
-  char digits[8];
-  const size_t n = std::to_chars(digits, digits + sizeof(digits), code).ptr - digits;
-  const size_t pad = n < 3 ? 3 - n : 0;
-  std::memset(out, ' ', pad);
-  std::memcpy(out + pad, digits, n);
-  out[pad + n] = '\n';
-  return pad + n + 1;
+  struct CodeLines {
+    char text[kMaxGroupCode + 1][6];
+    constexpr CodeLines() : text() {
+      for (int c = 0; c <= kMaxGroupCode; ++c) {
+        char* t = text[c];
+        const int width = c >= 1000 ? 4 : 3;
+        for (int i = width - 1, v = c; i >= 0; --i, v /= 10) {
+          t[i] = v == 0 && i < width - 1 ? ' ' : static_cast<char>('0' + v % 10);
+        }
+        t[width] = '\n';
+      }
+    }
+  };
+  static constexpr CodeLines kLines;
+  if (code < 0 || code > kMaxGroupCode) {  // no file holds one; written as given all the same
+    const size_t n = std::to_chars(out, out + 14, code).ptr - out;
+    out[n] = '\n';
+    return n + 1;
+  }
+  const size_t n = code >= 1000 ? 5 : 4;
+  std::memcpy(out, kLines.text[code], n);
+  return n;
 }
 
 void TagWriter::Code(int code) {
   if (!binary_) {
-    char line[8];
+    char line[16];
     out_.append(line, AsciiCode(code, line));
   } else if (wide_codes_) {
     StoreLE<uint16_t>(out_, static_cast<uint16_t>(code));
@@ -70,7 +86,7 @@ void TagWriter::Raw(int code, std::string_view bytes) {
     out_ += binary_ ? '\0' : '\n';
     return;
   }
-  char tag[8 + kShortValue + 1];
+  char tag[16 + kShortValue + 1];
   size_t n = AsciiCode(code, tag);
   std::memcpy(tag + n, bytes.data(), bytes.size());
   n += bytes.size();

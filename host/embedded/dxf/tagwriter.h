@@ -22,6 +22,9 @@ class TagWriter {
   TagWriter(bool binary, const TextCodec& codec, bool wide_codes = true);
 
   void String(int code, std::string_view utf8);
+  // A text the writer spells itself (record types, subclass markers): printable ASCII without
+  // '^' or '\\', which every code page and escape leaves as it is, so it is not encoded.
+  void Keyword(int code, std::string_view ascii) { Raw(code, ascii); }
   void Double(int code, double v);
   void Int(int code, int64_t v);
   // A handle as upper-case hex digits.
@@ -38,6 +41,7 @@ class TagWriter {
  private:
   // Values up to this many bytes are written with their code in one step.
   static constexpr size_t kShortValue = 120;
+  // Writes the code's line into `out` (room for 16 bytes); returns its length.
   static size_t AsciiCode(int code, char* out);
   void Code(int code);
   void Raw(int code, std::string_view bytes);  // ASCII: the value line as is

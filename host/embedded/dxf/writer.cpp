@@ -71,7 +71,7 @@ std::string Writer::Run() {
   Entities();
   Objects();
   KeptSections();
-  w_.String(0, "EOF");
+  w_.Keyword(0, "EOF");
   TagWriter head(binary_, TextCodec(version_, codepage_, !binary_));
   if (binary_) head.bytes() = std::string(kBinarySentinel);
   Header(head);
@@ -81,27 +81,27 @@ std::string Writer::Run() {
 }
 
 void Writer::Header(TagWriter& w) {
-  w.String(0, "SECTION");
-  w.String(2, "HEADER");
-  w.String(9, "$ACADVER");
+  w.Keyword(0, "SECTION");
+  w.Keyword(2, "HEADER");
+  w.Keyword(9, "$ACADVER");
   w.String(1, version_);
-  w.String(9, "$DWGCODEPAGE");
+  w.Keyword(9, "$DWGCODEPAGE");
   w.String(3, codepage_);
   for (const auto& [name, tags] : extras_.header) {
     if (name == "$ACADVER" || name == "$DWGCODEPAGE" || name == "$HANDSEED") continue;
     w.String(9, name);
     for (const db::Tag& t : tags) w.Text(t.code, t.value);
   }
-  w.String(9, "$HANDSEED");
+  w.Keyword(9, "$HANDSEED");
   w.Handle(5, next_);
-  w.String(0, "ENDSEC");
+  w.Keyword(0, "ENDSEC");
 }
 
 void Writer::Classes() {
-  w_.String(0, "SECTION");
-  w_.String(2, "CLASSES");
+  w_.Keyword(0, "SECTION");
+  w_.Keyword(2, "CLASSES");
   Tags(extras_.classes);
-  w_.String(0, "ENDSEC");
+  w_.Keyword(0, "ENDSEC");
 }
 
 // Sections the host does not model follow the modelled ones in the order read, except the
@@ -110,10 +110,10 @@ void Writer::KeptSections() {
   for (bool picture : {false, true}) {
     for (const db::KeptSection& section : extras_.sections) {
       if ((section.name == "THUMBNAILIMAGE") != picture) continue;
-      w_.String(0, "SECTION");
+      w_.Keyword(0, "SECTION");
       w_.String(2, section.name);
       Tags(section.tags);
-      w_.String(0, "ENDSEC");
+      w_.Keyword(0, "ENDSEC");
     }
   }
 }
@@ -135,8 +135,8 @@ const std::string& Writer::NameOf(AcDbObjectId id) {
 }
 
 void Writer::Tables() {
-  w_.String(0, "SECTION");
-  w_.String(2, "TABLES");
+  w_.Keyword(0, "SECTION");
+  w_.Keyword(2, "TABLES");
   for (const TableKind& kind : kTableOrder) {
     if (*kind.marker == '\0') {
       bool kept = false;
@@ -155,7 +155,7 @@ void Writer::Tables() {
       const auto* r = AcDbSymbolTableRecord::cast(db::Peek(id));
       if (r && !r->isErased()) Record(*r, kind.name, kind.marker, table->objectHandle().value());
     }
-    w_.String(0, "ENDTAB");
+    w_.Keyword(0, "ENDTAB");
   }
   // Tables read from a file that no drawing of this host's versions lists come last.
   for (const db::KeptSection& t : extras_.tables) {
@@ -163,11 +163,11 @@ void Writer::Tables() {
     for (const TableKind& kind : kTableOrder) known = known || t.name == kind.name;
     if (!known) KeptTable(t);
   }
-  w_.String(0, "ENDSEC");
+  w_.Keyword(0, "ENDSEC");
 }
 
 void Writer::TableHead(std::string_view name, const AcDbObject* table, int count) {
-  w_.String(0, "TABLE");
+  w_.Keyword(0, "TABLE");
   const db::Tags* kept = HeaderOf(extras_, name);
   bool handled = false;  // R12 table heads have no handle: those are written anew
   for (const db::Tag& t : kept ? *kept : db::Tags()) handled = handled || t.code == 5;
@@ -175,7 +175,7 @@ void Writer::TableHead(std::string_view name, const AcDbObject* table, int count
     w_.String(2, name);
     Handle(5, table->objectHandle().value());
     Handle(330, 0);
-    w_.String(100, "AcDbSymbolTable");
+    w_.Keyword(100, "AcDbSymbolTable");
     w_.Int(70, count);
     return;
   }
@@ -191,7 +191,7 @@ void Writer::TableHead(std::string_view name, const AcDbObject* table, int count
 }
 
 void Writer::KeptTable(const db::KeptSection& table) {
-  w_.String(0, "TABLE");
+  w_.Keyword(0, "TABLE");
   Tags(table.tags);
   for (AcDbObjectId id : table.records) {
     if (const auto* p = db::ProxyObject::cast(db::Peek(id)); p && !p->isErased()) {
@@ -199,42 +199,42 @@ void Writer::KeptTable(const db::KeptSection& table) {
       Tags(p->tags);
     }
   }
-  w_.String(0, "ENDTAB");
+  w_.Keyword(0, "ENDTAB");
 }
 
 // The tables a new drawing lacks: UCS empty, APPID with "ACAD", DIMSTYLE with "Standard".
 void Writer::NewTable(std::string_view name) {
   const uint64_t handle = next_++;
-  w_.String(0, "TABLE");
+  w_.Keyword(0, "TABLE");
   w_.String(2, name);
   Handle(5, handle);
   Handle(330, 0);
-  w_.String(100, "AcDbSymbolTable");
+  w_.Keyword(100, "AcDbSymbolTable");
   w_.Int(70, name == "UCS" ? 0 : 1);
   if (name == "DIMSTYLE") {
-    w_.String(100, "AcDbDimStyleTable");
+    w_.Keyword(100, "AcDbDimStyleTable");
     w_.Int(71, 0);
   }
   if (name != "UCS") {
     w_.String(0, name);
     Handle(name == "DIMSTYLE" ? 105 : 5, next_++);
     Handle(330, handle);
-    w_.String(100, "AcDbSymbolTableRecord");
+    w_.Keyword(100, "AcDbSymbolTableRecord");
     w_.String(100, name == "APPID" ? "AcDbRegAppTableRecord" : "AcDbDimStyleTableRecord");
     w_.String(2, name == "APPID" ? "ACAD" : "Standard");
     w_.Int(70, 0);
   }
-  w_.String(0, "ENDTAB");
+  w_.Keyword(0, "ENDTAB");
 }
 
 void Writer::Record(const AcDbSymbolTableRecord& r, std::string_view type, std::string_view marker,
                     uint64_t owner) {
-  w_.String(0, type);
+  w_.Keyword(0, type);
   Handle(5, r.objectHandle().value());
   const db::KeptData* kept = db::Kept(r);
   if (kept) Tags(kept->appGroups);
   Handle(330, owner);
-  w_.String(100, "AcDbSymbolTableRecord");
+  w_.Keyword(100, "AcDbSymbolTableRecord");
   Subclass(r, "AcDbSymbolTableRecord");
   w_.String(100, marker);
   w_.String(2, kw::ToUtf8(r.name()));

@@ -58,8 +58,8 @@ uint64_t Writer::KeptHandle(const AcDbObject& o, std::string_view part) {
 }
 
 void Writer::Blocks() {
-  w_.String(0, "SECTION");
-  w_.String(2, "BLOCKS");
+  w_.Keyword(0, "SECTION");
+  w_.Keyword(2, "BLOCKS");
   const auto* table = AcDbSymbolTable::cast(db::Peek(db_.blockTableId()));
   for (AcDbObjectId id : table ? db::TableRecords(*table) : std::vector<AcDbObjectId>()) {
     const auto* b = AcDbBlockTableRecord::cast(db::Peek(id));
@@ -75,7 +75,7 @@ void Writer::Blocks() {
     }
     BlockEnd(*b);
   }
-  w_.String(0, "ENDSEC");
+  w_.Keyword(0, "ENDSEC");
 }
 
 void Writer::BlockBegin(const AcDbBlockTableRecord& b) {
@@ -89,13 +89,13 @@ void Writer::BlockBegin(const AcDbBlockTableRecord& b) {
     if (t.code == 70) flags = std::atoi(t.value.c_str());
   }
   const std::string name = kw::ToUtf8(b.name());
-  w_.String(0, "BLOCK");
+  w_.Keyword(0, "BLOCK");
   Handle(5, KeptHandle(b, "BLOCK"));
   Handle(330, b.objectHandle().value());
-  w_.String(100, "AcDbEntity");
+  w_.Keyword(100, "AcDbEntity");
   if (b.name() == L"*Paper_Space") w_.Int(67, 1);
   w_.String(8, layer);
-  w_.String(100, "AcDbBlockBegin");
+  w_.Keyword(100, "AcDbBlockBegin");
   w_.String(2, name);
   w_.Int(70, flags);
   w_.Point(10, b.origin().x, b.origin().y, b.origin().z);
@@ -117,18 +117,18 @@ void Writer::BlockEnd(const AcDbBlockTableRecord& b) {
   for (const db::Tag& t : tags ? *tags : db::Tags()) {
     if (t.code == 8) layer = t.value;
   }
-  w_.String(0, "ENDBLK");
+  w_.Keyword(0, "ENDBLK");
   Handle(5, KeptHandle(b, "ENDBLK"));
   Handle(330, b.objectHandle().value());
-  w_.String(100, "AcDbEntity");
+  w_.Keyword(100, "AcDbEntity");
   if (b.name() == L"*Paper_Space") w_.Int(67, 1);
   w_.String(8, layer);
-  w_.String(100, "AcDbBlockEnd");
+  w_.Keyword(100, "AcDbBlockEnd");
 }
 
 void Writer::Entities() {
-  w_.String(0, "SECTION");
-  w_.String(2, "ENTITIES");
+  w_.Keyword(0, "SECTION");
+  w_.Keyword(2, "ENTITIES");
   for (AcDbObjectId space : {model_, paper_}) {
     const auto* b = AcDbBlockTableRecord::cast(db::Peek(space));
     if (!b) continue;
@@ -139,7 +139,7 @@ void Writer::Entities() {
       }
     }
   }
-  w_.String(0, "ENDSEC");
+  w_.Keyword(0, "ENDSEC");
 }
 
 void Writer::Proxy(const db::ProxyEntity& p) {
@@ -151,12 +151,12 @@ void Writer::Proxy(const db::ProxyEntity& p) {
 }
 
 void Writer::Common(const AcDbEntity& e, std::string_view type, uint64_t owner, bool paper) {
-  w_.String(0, type);
+  w_.Keyword(0, type);
   Handle(5, e.objectHandle().value());
   const db::KeptData* kept = db::Kept(e);
   if (kept) Tags(kept->appGroups);
   Handle(330, owner);
-  w_.String(100, "AcDbEntity");
+  w_.Keyword(100, "AcDbEntity");
   if (paper) w_.Int(67, 1);
   const std::string& layer = NameOf(e.layerId());
   w_.String(8, layer.empty() ? "0" : layer);
@@ -183,7 +183,7 @@ void Writer::Entity(const AcDbEntity& e, uint64_t owner, bool paper) {
   if (const auto* p = As<AcDb2dPolyline>(e, cls)) return Polyline(*p, owner, paper);
   if (const auto* l = As<AcDbLine>(e, cls)) {
     Common(e, "LINE", owner, paper);
-    w_.String(100, "AcDbLine");
+    w_.Keyword(100, "AcDbLine");
     if (l->thickness() != 0) w_.Double(39, l->thickness());
     w_.Point(10, l->startPoint().x, l->startPoint().y, l->startPoint().z);
     w_.Point(11, l->endPoint().x, l->endPoint().y, l->endPoint().z);

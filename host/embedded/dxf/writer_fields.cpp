@@ -34,7 +34,7 @@ void Writer::PointFields(const AcDbPoint& entity, uint64_t owner, bool paper) {
   const AcDbEntity& e = entity;
   const auto* p = &entity;
   Common(e, "POINT", owner, paper);
-  w_.String(100, "AcDbPoint");
+  w_.Keyword(100, "AcDbPoint");
   w_.Point(10, p->position().x, p->position().y, p->position().z);
   if (p->thickness() != 0) w_.Double(39, p->thickness());
   Normal(p->normal());
@@ -46,14 +46,14 @@ void Writer::ArcFields(const AcDbArc& entity, uint64_t owner, bool paper) {
   const AcDbEntity& e = entity;
   const auto* a = &entity;
   Common(e, "ARC", owner, paper);
-  w_.String(100, "AcDbCircle");
+  w_.Keyword(100, "AcDbCircle");
   if (a->thickness() != 0) w_.Double(39, a->thickness());
   const AcGePoint3d c = Ocs(a->normal()).ToOcs(a->center());
   w_.Point(10, c.x, c.y, c.z);
   w_.Double(40, a->radius());
   Normal(a->normal());
   Subclass(e, "AcDbCircle");
-  w_.String(100, "AcDbArc");
+  w_.Keyword(100, "AcDbArc");
   w_.Double(50, a->startAngle() / kDegree);
   w_.Double(51, a->endAngle() / kDegree);
   Finish(e, {"AcDbEntity", "AcDbCircle", "AcDbArc"});
@@ -63,7 +63,7 @@ void Writer::CircleFields(const AcDbCircle& entity, uint64_t owner, bool paper) 
   const AcDbEntity& e = entity;
   const auto* c = &entity;
   Common(e, "CIRCLE", owner, paper);
-  w_.String(100, "AcDbCircle");
+  w_.Keyword(100, "AcDbCircle");
   if (c->thickness() != 0) w_.Double(39, c->thickness());
   const AcGePoint3d o = Ocs(c->normal()).ToOcs(c->center());
   w_.Point(10, o.x, o.y, o.z);
@@ -76,7 +76,7 @@ void Writer::LwPolylineFields(const AcDbPolyline& entity, uint64_t owner, bool p
   const AcDbEntity& e = entity;
   const auto* p = &entity;
   Common(e, "LWPOLYLINE", owner, paper);
-  w_.String(100, "AcDbPolyline");
+  w_.Keyword(100, "AcDbPolyline");
   w_.Int(90, p->numVerts());
   w_.Int(70, p->isClosed() ? 1 : 0);
   double constant = 0;
@@ -107,7 +107,7 @@ void Writer::TextFields(const AcDbText& entity, uint64_t owner, bool paper) {
   const auto* t = &entity;
   const Ocs ocs(t->normal());
   Common(e, "TEXT", owner, paper);
-  w_.String(100, "AcDbText");
+  w_.Keyword(100, "AcDbText");
   if (t->thickness() != 0) w_.Double(39, t->thickness());
   const AcGePoint3d p = ocs.ToOcs(t->position());
   w_.Point(10, p.x, p.y, p.z);
@@ -127,7 +127,7 @@ void Writer::TextFields(const AcDbText& entity, uint64_t owner, bool paper) {
   }
   Normal(t->normal());
   Subclass(e, "AcDbText");
-  w_.String(100, "AcDbText");
+  w_.Keyword(100, "AcDbText");
   if (t->verticalMode() != AcDb::kTextBase) w_.Int(73, t->verticalMode());
   Finish(e, {"AcDbEntity", "AcDbText"});
 }
@@ -136,7 +136,7 @@ void Writer::InsertFields(const AcDbBlockReference& entity, uint64_t owner, bool
   const AcDbEntity& e = entity;
   const auto* r = &entity;
   Common(e, "INSERT", owner, paper);
-  w_.String(100, "AcDbBlockReference");
+  w_.Keyword(100, "AcDbBlockReference");
   w_.String(2, NameOf(r->blockTableRecord()));
   const AcGePoint3d p = Ocs(r->normal()).ToOcs(r->position());
   w_.Point(10, p.x, p.y, p.z);
@@ -151,7 +151,7 @@ void Writer::InsertFields(const AcDbBlockReference& entity, uint64_t owner, bool
 
 void Writer::Polyline(const AcDb2dPolyline& p, uint64_t owner, bool paper) {
   Common(p, "POLYLINE", owner, paper);
-  w_.String(100, "AcDb2dPolyline");
+  w_.Keyword(100, "AcDb2dPolyline");
   w_.Int(66, 1);
   w_.Point(10, 0, 0, p.elevation());
   if (p.thickness() != 0) w_.Double(39, p.thickness());
@@ -168,8 +168,8 @@ void Writer::Polyline(const AcDb2dPolyline& p, uint64_t owner, bool paper) {
     const auto* v = AcDb2dVertex::cast(db::Peek(id));
     if (!v || v->isErased()) continue;
     Common(*v, "VERTEX", p.objectHandle().value(), paper);
-    w_.String(100, "AcDbVertex");
-    w_.String(100, "AcDb2dVertex");
+    w_.Keyword(100, "AcDbVertex");
+    w_.Keyword(100, "AcDb2dVertex");
     w_.Point(10, v->position().x, v->position().y, v->position().z);
     if (v->startWidth() != 0) w_.Double(40, v->startWidth());
     if (v->endWidth() != 0) w_.Double(41, v->endWidth());
@@ -178,10 +178,10 @@ void Writer::Polyline(const AcDb2dPolyline& p, uint64_t owner, bool paper) {
     w_.Int(70, kVertexFlags[v->vertexType()]);
     Finish(*v, {"AcDbEntity", "AcDbVertex", "AcDb2dVertex"});
   }
-  w_.String(0, "SEQEND");
+  w_.Keyword(0, "SEQEND");
   Handle(5, KeptHandle(p, "SEQEND"));
   Handle(330, p.objectHandle().value());
-  w_.String(100, "AcDbEntity");
+  w_.Keyword(100, "AcDbEntity");
   if (paper) w_.Int(67, 1);
   w_.String(8, layer.empty() ? "0" : layer);
 }
@@ -189,41 +189,41 @@ void Writer::Polyline(const AcDb2dPolyline& p, uint64_t owner, bool paper) {
 // The objects read with the drawing; a new drawing gets the root dictionary, the group
 // dictionary and the layouts of model space and paper space.
 void Writer::Objects() {
-  w_.String(0, "SECTION");
-  w_.String(2, "OBJECTS");
+  w_.Keyword(0, "SECTION");
+  w_.Keyword(2, "OBJECTS");
   for (AcDbObjectId id : extras_.objects) {
     const auto* p = db::ProxyObject::cast(db::Peek(id));
     if (!p || p->isErased()) continue;
     w_.String(0, p->dxfName);
     Tags(p->tags);
   }
-  if (root_ == 0) return w_.String(0, "ENDSEC");
+  if (root_ == 0) return w_.Keyword(0, "ENDSEC");
   const auto dictionary = [&](uint64_t handle, uint64_t owner) {
-    w_.String(0, "DICTIONARY");
+    w_.Keyword(0, "DICTIONARY");
     Handle(5, handle);
     Handle(330, owner);
-    w_.String(100, "AcDbDictionary");
+    w_.Keyword(100, "AcDbDictionary");
     w_.Int(281, 1);
   };
   dictionary(root_, 0);
-  w_.String(3, "ACAD_GROUP");
+  w_.Keyword(3, "ACAD_GROUP");
   Handle(350, groups_);
-  w_.String(3, "ACAD_LAYOUT");
+  w_.Keyword(3, "ACAD_LAYOUT");
   Handle(350, layouts_);
   dictionary(groups_, root_);
   dictionary(layouts_, root_);
-  w_.String(3, "Layout1");
+  w_.Keyword(3, "Layout1");
   Handle(350, paper_layout_);
-  w_.String(3, "Model");
+  w_.Keyword(3, "Model");
   Handle(350, model_layout_);
   const auto layout = [&](uint64_t handle, const char* name, int order, AcDbObjectId block) {
-    w_.String(0, "LAYOUT");
+    w_.Keyword(0, "LAYOUT");
     Handle(5, handle);
     Handle(330, layouts_);
-    w_.String(100, "AcDbPlotSettings");
+    w_.Keyword(100, "AcDbPlotSettings");
     w_.String(1, "");
     w_.Int(70, 0);
-    w_.String(100, "AcDbLayout");
+    w_.Keyword(100, "AcDbLayout");
     w_.String(1, name);
     w_.Int(70, 1);
     w_.Int(71, order);
@@ -241,7 +241,7 @@ void Writer::Objects() {
   };
   layout(model_layout_, "Model", 0, model_);
   layout(paper_layout_, "Layout1", 1, paper_);
-  w_.String(0, "ENDSEC");
+  w_.Keyword(0, "ENDSEC");
 }
 
 }  // namespace kwhost::dxf
