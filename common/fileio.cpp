@@ -134,6 +134,45 @@ bool Probe(SaveStep step, const std::string& temp_path) {
   return g_saveProbe == nullptr || g_saveProbe(step, temp_path);
 }
 
+// The one way a file is replaced: `fill` writes a fresh temporary file beside `final_path`,
+// which gets its final mode, is flushed and renamed over `final_path`. On any failure the
+// temporary file is removed and `final_path` is untouched.
+template <class Fill>
+bool ReplaceAtomically(const std::string& final_path, const Fill& fill) {
+  std::string temp_path;
+  Fd fd(CreateTemporary(final_path, &temp_path));
+  if (!fd.ok()) return false;
+  const bool written = Probe(SaveStep::kCreated, temp_path) && fill(fd.get()) &&
+                       ::fchmod(fd.get(), FinalMode(final_path)) == 0 && ::fsync(fd.get()) == 0 &&
+                       Probe(SaveStep::kBeforeRename, temp_path);
+  if (!fd.Close() || !written || ::rename(temp_path.c_str(), final_path.c_str()) != 0) {
+    ::unlink(temp_path.c_str());
+    return false;
+  }
+  SyncDirectory(NativeParent(final_path));
+  return true;
+}
+
+// Copies the rest of `from` to `to` inside the kernel, or through a small buffer where the
+// kernel cannot (another file system, an old kernel).
+bool CopyAll(int from, int to) {
+  for (;;) {
+    const ssize_t n = ::copy_file_range(from, nullptr, to, nullptr, size_t{1} << 30, 0);
+    if (n == 0) return true;
+    if (n > 0) continue;
+    if (errno == EINTR) continue;
+    if (errno != EXDEV && errno != ENOSYS && errno != EINVAL && errno != EOPNOTSUPP) return false;
+    break;
+  }
+  char buffer[1 << 16];
+  for (;;) {
+    const ssize_t n = ::read(from, buffer, sizeof buffer);
+    if (n < 0 && errno == EINTR) continue;
+    if (n <= 0) return n == 0;
+    if (!WriteAll(to, buffer, static_cast<size_t>(n))) return false;
+  }
+}
+
 class PosixFileSystem : public FileSystem {
  public:
   bool ReadFile(const std::wstring& path, std::string* bytes, uint64_t max_bytes) override {
@@ -142,20 +181,16 @@ class PosixFileSystem : public FileSystem {
   }
 
   bool WriteFileAtomic(const std::wstring& path, std::string_view bytes) override {
-    const std::string final_path = NativePath(path);
-    std::string temp_path;
-    Fd fd(CreateTemporary(final_path, &temp_path));
-    if (!fd.ok()) return false;
-    const bool written = Probe(SaveStep::kCreated, temp_path) &&
-                         WriteAll(fd.get(), bytes.data(), bytes.size()) &&
-                         ::fchmod(fd.get(), FinalMode(final_path)) == 0 && ::fsync(fd.get()) == 0 &&
-                         Probe(SaveStep::kBeforeRename, temp_path);
-    if (!fd.Close() || !written || ::rename(temp_path.c_str(), final_path.c_str()) != 0) {
-      ::unlink(temp_path.c_str());
-      return false;
-    }
-    SyncDirectory(NativeParent(final_path));
-    return true;
+    return ReplaceAtomically(NativePath(path),
+                             [&](int fd) { return WriteAll(fd, bytes.data(), bytes.size()); });
+  }
+
+  // The kernel copies the bytes (no buffer as large as the file in this process).
+  bool CopyFileAtomic(const std::wstring& from, const std::wstring& to) override {
+    Fd source(::open(NativePath(from).c_str(), O_RDONLY | O_CLOEXEC));
+    struct stat st;
+    if (!source.ok() || ::fstat(source.get(), &st) != 0 || !S_ISREG(st.st_mode)) return false;
+    return ReplaceAtomically(NativePath(to), [&](int fd) { return CopyAll(source.get(), fd); });
   }
 
   bool IsFile(const std::wstring& path) override {
@@ -285,6 +320,11 @@ bool FaultyFileSystem::ReadFile(const std::wstring& path, std::string* bytes, ui
 bool FaultyFileSystem::WriteFileAtomic(const std::wstring& path, std::string_view bytes) {
   ++writes_;
   return !Take(fail_writes_) && base_.WriteFileAtomic(path, bytes);
+}
+
+bool FaultyFileSystem::CopyFileAtomic(const std::wstring& from, const std::wstring& to) {
+  ++writes_;
+  return !Take(fail_writes_) && base_.CopyFileAtomic(from, to);
 }
 
 bool FaultyFileSystem::CreateDirectories(const std::wstring& path) {

@@ -45,6 +45,13 @@ class FileSystem {
                         uint64_t max_bytes = kNoSizeLimit) = 0;
   // Replaces (or creates) the file atomically with exactly these bytes.
   virtual bool WriteFileAtomic(const std::wstring& path, std::string_view bytes) = 0;
+  // Replaces (or creates) `to` atomically with the bytes `from` holds now; `from` is left as
+  // it is. This default reads the file whole; a file system that can copy without holding the
+  // bytes overrides it.
+  virtual bool CopyFileAtomic(const std::wstring& from, const std::wstring& to) {
+    std::string bytes;
+    return ReadFile(from, &bytes) && WriteFileAtomic(to, bytes);
+  }
 
   virtual bool IsFile(const std::wstring& path) = 0;
   virtual bool IsDirectory(const std::wstring& path) = 0;
@@ -99,6 +106,8 @@ class FaultyFileSystem : public FileSystem {
 
   bool ReadFile(const std::wstring& path, std::string* bytes, uint64_t max_bytes) override;
   bool WriteFileAtomic(const std::wstring& path, std::string_view bytes) override;
+  // Counts and fails as a write.
+  bool CopyFileAtomic(const std::wstring& from, const std::wstring& to) override;
   bool IsFile(const std::wstring& path) override { return base_.IsFile(path); }
   bool IsDirectory(const std::wstring& path) override { return base_.IsDirectory(path); }
   bool CreateDirectories(const std::wstring& path) override;

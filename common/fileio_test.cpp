@@ -56,6 +56,32 @@ TEST_F(FileIoTest, FailedSavesKeepThePreviousFile) {
   EXPECT_EQ(Listing(), std::vector<std::wstring>{L"a.xml"});
 }
 
+// A copy holds the source's bytes exactly (a few megabytes, so the kernel copies in more than
+// one piece where it splits), replaces an older copy atomically and leaves the source alone; a
+// copy from a missing file or into a missing folder fails and leaves no temporary file.
+TEST_F(FileIoTest, CopiesReplaceTheTargetAtomicallyWithTheSourcesBytes) {
+  std::string big(3 << 20, '\0');
+  for (size_t i = 0; i < big.size(); ++i) big[i] = static_cast<char>(i * 7 + i / 4099);
+  ASSERT_TRUE(Fs().WriteFileAtomic(At(L"a.dxf"), big));
+  ASSERT_TRUE(Fs().WriteFileAtomic(At(L"a.bak"), "older copy"));
+  ASSERT_TRUE(Fs().CopyFileAtomic(At(L"a.dxf"), At(L"a.bak")));
+  std::string copy, source;
+  ASSERT_TRUE(Fs().ReadFile(At(L"a.bak"), &copy));
+  ASSERT_TRUE(Fs().ReadFile(At(L"a.dxf"), &source));
+  EXPECT_TRUE(copy == big);
+  EXPECT_TRUE(source == big);
+  EXPECT_FALSE(Fs().CopyFileAtomic(At(L"none.dxf"), At(L"b.bak")));
+  EXPECT_FALSE(Fs().CopyFileAtomic(At(L"a.dxf"), At(L"missing/a.bak")));
+  FaultyFileSystem faulty(PosixFs());
+  {
+    ScopedFileSystem scope(&faulty);
+    faulty.FailWrites(1);
+    EXPECT_FALSE(Fs().CopyFileAtomic(At(L"a.dxf"), At(L"c.bak")));
+  }
+  EXPECT_EQ(faulty.writes(), 1);
+  EXPECT_EQ(Listing(), (std::vector<std::wstring>{L"a.bak", L"a.dxf"}));
+}
+
 // The probe records the temporary file's permission bits at each step of a save.
 struct ModeLog {
   static std::vector<unsigned> modes;

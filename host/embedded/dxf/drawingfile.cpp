@@ -117,12 +117,8 @@ Acad::ErrorStatus SaveDrawing(const std::wstring& path, AcDbDatabase& db, std::s
   std::string bytes;
   const Acad::ErrorStatus es = WriteDrawingBytes(db, version, binary, &bytes);
   if (es != Acad::eOk) return es;
-  std::string previous;
-  if (kw::Fs().IsFile(path)) {
-    if (!kw::Fs().ReadFile(path, &previous, kMaxDrawingBytes) ||
-        !kw::Fs().WriteFileAtomic(BackupName(path), previous)) {
-      return Acad::eFileAccessErr;
-    }
+  if (kw::Fs().IsFile(path) && !kw::Fs().CopyFileAtomic(path, BackupName(path))) {
+    return Acad::eFileAccessErr;
   }
   if (!kw::Fs().WriteFileAtomic(path, bytes)) return Acad::eFileAccessErr;
   db::Extras(db).fileName = path;
