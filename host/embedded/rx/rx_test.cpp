@@ -51,6 +51,7 @@ TEST_F(Registry, NewClassWithLateParentAndDelete) {
   AcRxClass* child = newAcRxClass(L"LateChild", L"LateParent");
   ASSERT_NE(child, nullptr);
   EXPECT_EQ(child->myParent(), nullptr);
+  EXPECT_FALSE(child->isDerivedFrom(AcRxObject::desc()));  // an answer the parent must change
   AcRxClass* parent = newAcRxClass(L"LateParent", L"AcRxObject");
   acrxBuildClassHierarchy();
   EXPECT_EQ(child->myParent(), parent);
@@ -73,6 +74,18 @@ TEST_F(Registry, ChildForgetsADeletedParentAndFindsItsSuccessor) {
   EXPECT_EQ(child->myParent(), successor);
   deleteAcRxClass(child);
   deleteAcRxClass(successor);
+}
+
+// Two classes naming each other as parent: class checks end (no hang) and see each other.
+TEST_F(Registry, ClassesThatNameEachOtherAsParentDoNotHangAClassCheck) {
+  AcRxClass* a = newAcRxClass(L"LoopA", L"LoopB");
+  AcRxClass* b = newAcRxClass(L"LoopB", L"LoopA");
+  EXPECT_TRUE(a->isDerivedFrom(b));
+  EXPECT_TRUE(b->isDerivedFrom(a));
+  EXPECT_FALSE(a->isDerivedFrom(AcRxObject::desc()));
+  EXPECT_FALSE(a->isDerivedFrom(nullptr));
+  deleteAcRxClass(a);
+  deleteAcRxClass(b);
 }
 
 TEST_F(Registry, ClassesSurviveResetButRegistryExtrasDoNot) {
