@@ -2,11 +2,13 @@
 
 #include <dirent.h>
 #include <fcntl.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <new>
@@ -61,6 +63,8 @@ bool ReadAll(int fd, std::string* bytes, uint64_t max_bytes) {
   for (;;) {
     if (max_bytes - length < room - 1) room = static_cast<size_t>(max_bytes - length + 1);
     try {
+      bytes->reserve(length + room);
+      PreferLargePages(*bytes);  // before the resize touches the pages
       bytes->resize(length + room);
     } catch (const std::bad_alloc&) {
       break;
@@ -286,6 +290,14 @@ bool IsSeparator(wchar_t c) {
 }
 
 }  // namespace
+
+void PreferLargePages(std::string& buffer) {
+  constexpr uintptr_t kLargePage = uintptr_t{2} << 20;
+  const auto begin = reinterpret_cast<uintptr_t>(buffer.data());
+  const uintptr_t first = (begin + kLargePage - 1) & ~(kLargePage - 1);
+  const uintptr_t last = (begin + buffer.capacity()) & ~(kLargePage - 1);
+  if (last > first) ::madvise(reinterpret_cast<void*>(first), last - first, MADV_HUGEPAGE);
+}
 
 FileSystem& PosixFs() {
   static PosixFileSystem posix;

@@ -70,6 +70,11 @@ class FileSystem {
   }
 };
 
+// Asks for large pages behind the room a buffer of file contents has reserved (many
+// megabytes for a drawing): filling it then takes a page fault per 2 MiB instead of per 4 KiB.
+// A hint only: nothing changes where the system refuses it or the buffer is small.
+void PreferLargePages(std::string& buffer);
+
 // The file system in use. Starts as the POSIX one.
 FileSystem& Fs();
 // Installs `fs` (null reinstalls the POSIX one) and returns the one installed before.

@@ -1,11 +1,9 @@
 // The DXF writer's driver: header, classes, the tables in their usual order, blocks, entities
 // and objects, with what a new drawing lacks added so that other readers accept the file.
-#include <sys/mman.h>
-
 #include <cmath>
-#include <cstdint>
 
 #include "common/encoding.h"
+#include "common/fileio.h"
 #include "host/embedded/dxf/internal/writer.h"
 
 namespace kwhost::dxf {
@@ -47,17 +45,6 @@ const db::Tags* HeaderOf(const db::DatabaseExtras& extras, std::string_view name
   return nullptr;
 }
 
-// A drawing's text runs to tens or hundreds of megabytes: backed by large pages where the
-// system offers them on request, filling it takes a page fault per 2 MiB instead of per 4 KiB.
-// Only a hint: nothing changes where it is refused.
-void PreferLargePages(std::string& buffer) {
-  constexpr uintptr_t kLargePage = uintptr_t{2} << 20;
-  const auto begin = reinterpret_cast<uintptr_t>(buffer.data());
-  const uintptr_t first = (begin + kLargePage - 1) & ~(kLargePage - 1);
-  const uintptr_t last = (begin + buffer.capacity()) & ~(kLargePage - 1);
-  if (last > first) ::madvise(reinterpret_cast<void*>(first), last - first, MADV_HUGEPAGE);
-}
-
 }  // namespace
 
 Writer::Writer(AcDbDatabase& db, std::string version, std::string codepage, bool binary)
@@ -75,7 +62,7 @@ std::string Writer::Run() {
   // Room for a typical entity's text per object up front: the buffer then seldom moves, and
   // room never written costs no memory.
   w_.bytes().reserve(db::ObjectCount(db_) * kBytesPerObject);
-  PreferLargePages(w_.bytes());
+  kw::PreferLargePages(w_.bytes());
   if (extras_.objects.empty()) {
     root_ = next_++, groups_ = next_++, layouts_ = next_++;
     model_layout_ = next_++, paper_layout_ = next_++;
