@@ -1,5 +1,7 @@
 #include "host/embedded/dxf/groupcodes.h"
 
+#include <charconv>
+
 namespace kwhost::dxf {
 namespace {
 
@@ -46,6 +48,17 @@ constexpr Table kTable;
 ValueType TypeOfCode(int code) {
   if (code < 0 || code > kMaxGroupCode) return ValueType::kInvalid;
   return kTable.types[code];
+}
+
+bool ParseHandle(std::string_view text, uint64_t* handle) {
+  while (!text.empty() && text.front() == ' ') text.remove_prefix(1);
+  while (!text.empty() && text.back() == ' ') text.remove_suffix(1);
+  uint64_t value = 0;
+  if (text.empty() || text.size() > 16) return false;
+  const auto [end, ec] = std::from_chars(text.data(), text.data() + text.size(), value, 16);
+  if (ec != std::errc() || end != text.data() + text.size()) return false;
+  *handle = value;
+  return true;
 }
 
 bool IsHandleCode(int code) {

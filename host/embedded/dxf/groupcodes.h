@@ -5,6 +5,8 @@
 #define KWHOST_EMBEDDED_DXF_GROUPCODES_H_
 
 #include <cstddef>
+#include <cstdint>
+#include <string_view>
 
 namespace kwhost::dxf {
 
@@ -30,6 +32,10 @@ ValueType TypeOfCode(int code);
 // True for codes whose value is a handle written in hex (5, 105, 320..369, 390..399,
 // 480..481, 1005).
 bool IsHandleCode(int code);
+
+// Hex handle text (1..16 hex digits, blanks around allowed) to its value; false otherwise.
+// The reader and the writer both read kept handles with it, so they agree on every text.
+bool ParseHandle(std::string_view text, uint64_t* handle);
 
 }  // namespace kwhost::dxf
 

@@ -28,14 +28,6 @@ std::wstring Wide(std::string_view utf8) {
   return kw::FromUtf8(utf8);
 }
 
-bool ParseHandle(std::string_view text, uint64_t* handle) {
-  while (!text.empty() && text.front() == ' ') text.remove_prefix(1);
-  while (!text.empty() && text.back() == ' ') text.remove_suffix(1);
-  if (text.empty() || text.size() > 16) return false;
-  const auto [end, ec] = std::from_chars(text.data(), text.data() + text.size(), *handle, 16);
-  return ec == std::errc() && end == text.data() + text.size();
-}
-
 bool IsStructureRecord(std::string_view type) {
   return type == "SECTION" || type == "ENDSEC" || type == "TABLE" || type == "ENDTAB" ||
          type == "BLOCK" || type == "ENDBLK" || type == "EOF";
@@ -229,9 +221,9 @@ bool Reader::Blocks() {
       return Fail("the block is defined twice");
     }
     db::Tags& begin = kept.subclass("BLOCK");
-    uint64_t handle = 0;
+    uint64_t handle = 0;  // the first group 5 counts, as it does for every object
     for (const RawTag& t : rec_.tags) {
-      if (t.code == 5 && !ParseHandle(t.text, &handle)) {
+      if (t.code == 5 && handle == 0 && !ParseHandle(t.text, &handle)) {
         record->close();
         return Fail("a handle that is not hex");
       }
@@ -251,7 +243,7 @@ bool Reader::Blocks() {
     db::Tags& end = db::KeptFor(*record).subclass("ENDBLK");
     uint64_t end_handle = 0;
     for (const RawTag& t : rec_.tags) {
-      if (t.code == 5) ParseHandle(t.text, &end_handle);
+      if (t.code == 5 && end_handle == 0 && !ParseHandle(t.text, &end_handle)) end_handle = 0;
       if (t.code != 100 && t.code != 330) end.push_back({t.code, std::string(t.text)});
     }
     record->close();

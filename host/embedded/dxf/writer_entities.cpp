@@ -51,7 +51,7 @@ uint64_t Writer::KeptHandle(const AcDbObject& o, std::string_view part) {
   if (tags) {
     for (const db::Tag& t : *tags) {
       uint64_t h = 0;
-      if (t.code == 5 && std::sscanf(t.value.c_str(), "%lx", &h) == 1 && h != 0) return h;
+      if (t.code == 5 && ParseHandle(t.value, &h) && h != 0) return h;
     }
   }
   return next_++;

@@ -33,8 +33,6 @@ namespace kwhost::dxf {
 
 std::string FoldName(std::string_view name);
 std::wstring Wide(std::string_view utf8);
-// Hex handle text to its value; false when the text is not 1..16 hex digits.
-bool ParseHandle(std::string_view text, uint64_t* handle);
 // True for the records that give a file its structure (SECTION, ENDSEC, TABLE, ENDTAB, BLOCK,
 // ENDBLK, EOF): where one turns up among entities, objects or records, the structure is
 // broken, and keeping it as an object would write a file that no longer reads.
