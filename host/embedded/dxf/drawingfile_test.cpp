@@ -253,39 +253,30 @@ TEST(DxfReadTest, HostileDrawingsFailWithTheLineAndTheFault) {
   }
 }
 
-// A BLOCK or ENDBLK with two handles is known by its first, as every other object is, by the
-// reader and the writer alike: a drawing that reads writes back to a file that reads again.
-TEST(DxfReadTest, ABlockWithTwoHandlesIsKnownByItsFirst) {
+// A BLOCK, ENDBLK or SEQEND with two handles is known by its first, as every other object is,
+// by the reader and the writer alike: a drawing that reads writes back to a file that reads
+// again.
+TEST(DxfReadTest, ABlockOrSeqendWithTwoHandlesIsKnownByItsFirst) {
   const auto drawing = [](const char* line_handle) {
-    return Dxf({{0, "SECTION"},
-                {2, "BLOCKS"},
-                {0, "BLOCK"},
-                {5, "40"},
-                {5, "41"},
-                {2, "B"},
-                {0, "ENDBLK"},
-                {5, "42"},
-                {5, "43"},
-                {0, "ENDSEC"},
-                {0, "SECTION"},
-                {2, "ENTITIES"},
-                {0, "LINE"},
-                {5, line_handle},
-                {0, "ENDSEC"},
-                {0, "EOF"}});
+    return Dxf({{0, "SECTION"}, {2, "BLOCKS"},    {0, "BLOCK"},    {5, "40"}, {5, "41"},
+                {2, "B"},       {0, "ENDBLK"},    {5, "42"},       {5, "43"}, {0, "ENDSEC"},
+                {0, "SECTION"}, {2, "ENTITIES"},  {0, "POLYLINE"}, {5, "50"}, {66, "1"},
+                {0, "VERTEX"},  {5, "51"},        {0, "SEQEND"},   {5, "52"}, {5, "53"},
+                {0, "LINE"},    {5, line_handle}, {0, "ENDSEC"},   {0, "EOF"}});
   };
-  for (const char* taken : {"40", "42"}) {
+  for (const char* taken : {"40", "42", "52"}) {
     AcDbDatabase db(false, true);
     std::string message;
     EXPECT_EQ(ReadDrawingBytes(drawing(taken), db, &message), Acad::eFilerError);
-    EXPECT_EQ(message, "line 25: handle used twice");
+    EXPECT_EQ(message, "line 41: handle used twice");
   }
-  for (const char* free : {"41", "43"}) {
+  for (const char* free : {"41", "43", "53"}) {
     AcDbDatabase db(false, true);
     std::string message;
     ASSERT_EQ(ReadDrawingBytes(drawing(free), db, &message), Acad::eOk) << message;
     const std::string out = Write(db);
     EXPECT_NE(RecordWith(out, "AcDbBlockBegin").find("  5\n40\n"), std::string::npos);
+    EXPECT_NE(out.find("  0\nSEQEND\n  5\n52\n"), std::string::npos);
     AcDbDatabase again(false, true);
     EXPECT_EQ(ReadDrawingBytes(out, again, &message), Acad::eOk) << message;
   }

@@ -193,7 +193,8 @@ bool Reader::Vertex(AcDbObjectId polyline) {
   if (es != Acad::eOk) return delete raw, Fail("the vertex cannot be added");
   raw->close();
   if (id.handle == 0) made_.Insert(added.asOldId(), true);
-  if (id.handle != 0 &&
+  // The vertex joined with a fresh handle, which may already be the one it claims.
+  if (id.handle != 0 && raw->objectHandle().value() != id.handle &&
       (!Vacate(id.handle) || db::SetHandle(db_, *raw, AcDbHandle(id.handle)) != Acad::eOk)) {
     return Fail("handle used twice");
   }
@@ -210,7 +211,7 @@ bool Reader::Seqend(AcDbObjectId polyline) {
   uint64_t handle = 0;
   db::Tags& tags = db::KeptFor(*pl).subclass("SEQEND");
   for (const RawTag& t : rec_.tags) {
-    if (t.code == 5) ParseHandle(t.text, &handle);
+    if (t.code == 5 && handle == 0 && !ParseHandle(t.text, &handle)) handle = 0;  // the first
     if (t.code != 100 && t.code != 330) tags.push_back({t.code, std::string(t.text)});
   }
   return TakeSideHandle(handle, rec_.line);
