@@ -241,6 +241,17 @@ TEST(DxfReadTest, HostileDrawingsFailWithTheLineAndTheFault) {
             {0, "ENDSEC"},
             {0, "EOF"}}),
        "line 19: a block inserts itself"},
+      // The first object has no handle and is given one; the second names that handle as its
+      // owner, which the file never gave to any object.
+      {Dxf({{0, "SECTION"},
+            {2, "OBJECTS"},
+            {0, "DICTIONARY"},
+            {0, "DICTIONARY"},
+            {5, "2D"},
+            {330, "1"},
+            {0, "ENDSEC"},
+            {0, "EOF"}}),
+       "line 7: the owner does not exist"},
   };
   for (const auto& c : cases) {
     for (size_t read_ahead_from : {kNoReadAhead, size_t{0}}) {

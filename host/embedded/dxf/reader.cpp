@@ -284,13 +284,20 @@ bool Reader::Check() {
     }
   }
   for (const auto& [owner, line] : owners_) {
-    AcDbObjectId id;
-    if (db_.getAcDbObjectId(id, false, AcDbHandle(owner)) != Acad::eOk &&
-        !side_handles_.Contains(owner)) {
+    if (!FileHandle(owner)) {
       return records_.FailAt(Record{"", line, {}}, "the owner does not exist");
     }
   }
   return true;
+}
+
+// An object the reader made took its handle from the seed, not from the file: a reference to
+// that handle names nothing the file holds, and would name something else once written back.
+bool Reader::FileHandle(uint64_t handle) const {
+  if (side_handles_.Contains(handle)) return true;
+  AcDbObjectId id;
+  return db_.getAcDbObjectId(id, false, AcDbHandle(handle)) == Acad::eOk &&
+         !made_.Contains(id.asOldId());
 }
 
 }  // namespace kwhost::dxf

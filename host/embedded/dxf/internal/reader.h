@@ -10,7 +10,8 @@
 //      gives its handle up to a file object that claims it later.
 //   2. A name map holds each live record of its table under the upper-cased name.
 //   3. Nothing read is trusted: counts are never used to size memory, references are
-//      checked once everything is read (owners exist, blocks do not contain themselves).
+//      checked once everything is read (owners are objects the file gave that handle,
+//      blocks do not contain themselves).
 #ifndef KWHOST_EMBEDDED_DXF_INTERNAL_READER_H_
 #define KWHOST_EMBEDDED_DXF_INTERNAL_READER_H_
 
@@ -81,6 +82,8 @@ class Reader {
   bool Objects();
   bool KeepSection();
   bool Check();
+  // True when an object of the file (not one the reader made) holds `handle`.
+  bool FileHandle(uint64_t handle) const;
   bool Complete();
 
   // records of the tables
