@@ -291,7 +291,7 @@ bool Reader::Check() {
   return true;
 }
 
-// An object the reader made took its handle from the seed, not from the file: a reference to
+// An object the reader made took a fresh handle, not one from the file: a reference to
 // that handle names nothing the file holds, and would name something else once written back.
 bool Reader::FileHandle(uint64_t handle) const {
   if (side_handles_.Contains(handle)) return true;
