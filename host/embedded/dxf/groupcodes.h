@@ -22,6 +22,9 @@ enum class ValueType {
 };
 
 inline constexpr int kMaxGroupCode = 1071;
+// The digits of every hex value a file holds (handles, binary chunks, "\\U+" escapes), upper
+// case as writers spell them.
+inline constexpr char kHexDigits[] = "0123456789ABCDEF";
 // A binary chunk holds at most this many bytes (one length byte in binary files).
 inline constexpr size_t kMaxChunkBytes = 255;
 

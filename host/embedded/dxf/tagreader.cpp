@@ -6,6 +6,8 @@
 #include <cstring>
 #include <limits>
 
+#include "host/embedded/dxf/textcodec.h"
+
 namespace kwhost::dxf {
 namespace {
 
@@ -82,37 +84,7 @@ bool FastInt(std::string_view s, int64_t* out) {
 bool FastCode(std::string_view s, int64_t* code) {
   size_t i = 0;
   while (i < s.size() && s[i] == ' ') ++i;
-  if (i == s.size() || s.size() - i > 4) return false;
-  int64_t v = 0;
-  for (; i < s.size(); ++i) {
-    const unsigned d = static_cast<unsigned char>(s[i]) - '0';
-    if (d > 9) return false;
-    v = v * 10 + d;
-  }
-  *code = v;
-  return true;
-}
-
-// What a string value holds, in one pass: a zero byte (refused), a byte some text codec
-// changes (a control character, '^', '\\', anything outside ASCII), or neither.
-enum class TextKind : uint8_t { kPlain, kNeedsDecoding, kZeroByte };
-
-struct TextKinds {
-  TextKind of[256];
-  constexpr TextKinds() : of() {
-    for (int u = 0; u < 256; ++u) {
-      of[u] = u == 0                                           ? TextKind::kZeroByte
-              : u < 0x20 || u >= 0x80 || u == '^' || u == '\\' ? TextKind::kNeedsDecoding
-                                                               : TextKind::kPlain;
-    }
-  }
-};
-constexpr TextKinds kTextKinds;
-
-TextKind KindOfText(std::string_view s) {
-  TextKind kind = TextKind::kPlain;
-  for (char c : s) kind = std::max(kind, kTextKinds.of[static_cast<unsigned char>(c)]);
-  return kind;
+  return s.size() - i <= 4 && FastInt(s.substr(i), code);
 }
 
 // Accepted ranges: files write unsigned flags into 16- and 32-bit groups too.
@@ -142,8 +114,6 @@ T LoadLE(const char* p) {
   std::memcpy(&v, p, sizeof(T));  // the machine is little-endian, like the format
   return v;
 }
-
-const char kHexDigits[] = "0123456789ABCDEF";
 
 // Writes `count` digits, given least significant first, with a '.' before the last `fraction`
 // of them ("0.05" for "5", 1 digit, fraction 2; "5" for fraction 0). Returns the length.
@@ -291,11 +261,10 @@ bool TagReader::ParseAsciiValue(RawTag* tag) {
       tag->text = Trim(tag->text);
       if (!IsHex(tag->text) || tag->text.size() % 2 != 0) return fail("is not hex data");
       return tag->text.size() <= 2 * kMaxChunkBytes || fail("is longer than a binary chunk");
-    default: {  // a zero byte could not be written back to a binary file
-      const TextKind kind = KindOfText(tag->text);
-      tag->plain = kind == TextKind::kPlain;
-      return kind != TextKind::kZeroByte || fail("holds a zero byte");
-    }
+    default:  // a zero byte could not be written back to a binary file
+      tag->plain = IsPlainText(tag->text);
+      return tag->plain || std::memchr(tag->text.data(), 0, tag->text.size()) == nullptr ||
+             fail("holds a zero byte");
   }
 }
 

@@ -60,8 +60,7 @@ bool TagStream::TakeChunk() {
   }
   changed_.wait(lock, [this] { return produced_ > consumed_ || finished_; });
   if (produced_ == consumed_) {
-    if (error_.empty() && out_of_memory_) error_ = FaultText(false, last_line_, "out of memory");
-    if (error_.empty()) error_ = thread_error_;
+    error_ = out_of_memory_ ? FaultText(false, last_line_, "out of memory") : thread_error_;
     return false;
   }
   chunk_ = &chunks_[consumed_ % kChunks];

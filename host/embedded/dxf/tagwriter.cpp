@@ -129,11 +129,10 @@ void TagWriter::Int(int code, int64_t v) {
 }
 
 void TagWriter::Handle(int code, uint64_t handle) {
-  static const char kHex[] = "0123456789ABCDEF";
   char text[16];
   size_t n = sizeof(text);
   do {
-    text[--n] = kHex[handle & 0xF];
+    text[--n] = kHexDigits[handle & 0xF];
     handle >>= 4;
   } while (handle != 0);
   Raw(code, std::string_view(text + n, sizeof(text) - n));

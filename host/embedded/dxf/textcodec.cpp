@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "common/encoding.h"
+#include "host/embedded/dxf/groupcodes.h"
 
 namespace kwhost::dxf {
 namespace {
@@ -123,16 +124,19 @@ std::string UndoUnicodeEscapes(std::string_view s) {
 }
 
 void EscapeUnicode(char32_t c, std::string& out) {
-  static const char kHex[] = "0123456789ABCDEF";
   if (c > 0xFFFF) {
     out += '?';
     return;
   }
   out += "\\U+";
-  for (int shift = 12; shift >= 0; shift -= 4) out += kHex[(c >> shift) & 0xF];
+  for (int shift = 12; shift >= 0; shift -= 4) out += kHexDigits[(c >> shift) & 0xF];
 }
 
 }  // namespace
+
+bool IsPlainText(std::string_view s) {
+  return !NeedsWork(s, true, true);
+}
 
 bool IsUtf8Version(std::string_view acadver) {
   return acadver.size() == 6 && acadver.substr(0, 2) == "AC" && acadver >= kR2007;

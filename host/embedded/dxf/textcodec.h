@@ -25,6 +25,10 @@ inline constexpr std::string_view kR2007 = "AC1021";
 // True when `acadver` (e.g. "AC1027") stores text as UTF-8.
 bool IsUtf8Version(std::string_view acadver);
 
+// True when no codec changes `s`: printable ASCII without '^' or '\\'. A reader marks such
+// values so that they skip decoding.
+bool IsPlainText(std::string_view s);
+
 class TextCodec {
  public:
   // UTF-8 text, no caret escapes (binary files from R2007 on).
